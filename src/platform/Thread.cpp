@@ -1,0 +1,156 @@
+// Threads on pthreads. Termination is cooperative: Terminate marks the thread
+// and wakes it if it sleeps; its Sleep then throws ThreadTerminated, which
+// unwinds the thread to its start routine (see Thread.h).
+#include "platform/Thread.h"
+
+#include <pthread.h>
+#include <sched.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+namespace kerrow::platform {
+namespace {
+
+// What a running thread and the handles to it share.
+struct ThreadState {
+    ThreadProc proc = nullptr;
+    void* argument = nullptr;
+    pthread_t handle{};
+    std::mutex mutex;
+    std::condition_variable cv;  // id known, terminate asked, thread ended
+    uint32_t id = 0;
+    bool terminateRequested = false;
+    bool finished = false;
+    bool joined = false;  // joined or detached: the pthread handle is spent
+};
+
+// The state of the calling thread when it was made by Thread::Create.
+thread_local ThreadState* t_current = nullptr;
+
+void* RunThread(void* start) {
+    auto* handoff = static_cast<std::shared_ptr<ThreadState>*>(start);
+    std::shared_ptr<ThreadState> self = std::move(*handoff);
+    delete handoff;
+    {
+        std::lock_guard<std::mutex> lock(self->mutex);
+        self->id = GetCurrentThreadId();
+        self->cv.notify_all();
+    }
+    t_current = self.get();
+    try {
+        self->proc(self->argument);
+    } catch (const ThreadTerminated&) {
+        // Ended by Terminate; its locals have been destroyed on the way here.
+    }
+    t_current = nullptr;
+    std::lock_guard<std::mutex> lock(self->mutex);
+    self->finished = true;
+    self->cv.notify_all();
+    return nullptr;
+}
+
+// Joins an ended thread once, so that its resources go back at once.
+void JoinLocked(ThreadState& state) {
+    if (!state.joined) {
+        pthread_join(state.handle, nullptr);
+        state.joined = true;
+    }
+}
+
+}  // namespace
+
+struct Thread::Impl : ThreadState {};
+
+Thread::Thread() : impl_(std::make_shared<Impl>()) {}
+
+std::unique_ptr<Thread> Thread::Create(ThreadProc proc, void* argument) {
+    if (proc == nullptr) return nullptr;
+    std::unique_ptr<Thread> thread(new Thread());
+    thread->impl_->proc = proc;
+    thread->impl_->argument = argument;
+    auto* handoff = new std::shared_ptr<ThreadState>(thread->impl_);
+    if (pthread_create(&thread->impl_->handle, nullptr, RunThread, handoff) != 0) {
+        delete handoff;
+        thread->impl_->joined = true;  // there is no thread to join or detach
+        return nullptr;
+    }
+    return thread;
+}
+
+Thread::~Thread() {
+    std::lock_guard<std::mutex> lock(impl_->mutex);
+    if (impl_->joined) return;
+    if (impl_->finished) {
+        JoinLocked(*impl_);
+    } else {
+        // Still running: it goes on alone and frees itself when it ends.
+        pthread_detach(impl_->handle);
+        impl_->joined = true;
+    }
+}
+
+WaitResult Thread::Wait(uint32_t milliseconds) {
+    std::unique_lock<std::mutex> lock(impl_->mutex);
+    auto ended = [this] { return impl_->finished; };
+    if (milliseconds == kInfinite) {
+        impl_->cv.wait(lock, ended);
+    } else if (!impl_->cv.wait_for(lock, std::chrono::milliseconds(milliseconds), ended)) {
+        return WaitResult::TimedOut;
+    }
+    JoinLocked(*impl_);
+    return WaitResult::Signaled;
+}
+
+bool Thread::Terminate(uint32_t milliseconds) {
+    {
+        std::lock_guard<std::mutex> lock(impl_->mutex);
+        impl_->terminateRequested = true;
+        impl_->cv.notify_all();
+    }
+    // A thread cannot wait for its own end; it ends at its next Sleep.
+    if (t_current == impl_.get()) return false;
+    return Wait(milliseconds) == WaitResult::Signaled;
+}
+
+uint32_t Thread::Id() const {
+    std::unique_lock<std::mutex> lock(impl_->mutex);
+    impl_->cv.wait(lock, [this] { return impl_->id != 0; });
+    return impl_->id;
+}
+
+void Sleep(uint32_t milliseconds) {
+    ThreadState* self = t_current;
+    if (self == nullptr) {
+        if (milliseconds == 0) {
+            sched_yield();
+            return;
+        }
+        do {
+            std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+        } while (milliseconds == kInfinite);
+        return;
+    }
+    std::unique_lock<std::mutex> lock(self->mutex);
+    auto terminating = [self] { return self->terminateRequested; };
+    if (milliseconds == kInfinite) {
+        self->cv.wait(lock, terminating);
+    } else if (milliseconds > 0) {
+        self->cv.wait_for(lock, std::chrono::milliseconds(milliseconds), terminating);
+    }
+    if (self->terminateRequested) throw ThreadTerminated();
+    if (milliseconds == 0) {
+        lock.unlock();
+        sched_yield();
+    }
+}
+
+uint32_t GetCurrentThreadId() {
+    thread_local const uint32_t id = static_cast<uint32_t>(gettid());
+    return id;
+}
+
+}  // namespace kerrow::platform
