@@ -1,0 +1,153 @@
+// One Client stands behind every open connection number: it owns the
+// Connection to the storage server, runs the connection's commands one at a
+// time under its command lock, and carries the state of the connection's
+// transfer.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "KerrowSDK.h"
+#include "client/Commands.h"
+#include "platform/Clock.h"
+#include "platform/Sync.h"
+#include "platform/Thread.h"
+#include "protocol/Records.h"
+
+class TiXmlDocument;
+
+namespace kerrow {
+
+class Connection;
+struct ControlTexts;
+
+class Client {
+  public:
+    // Takes its connection number from VideoManage::NextId.
+    Client();
+    ~Client();
+    Client(const Client&) = delete;
+    Client& operator=(const Client&) = delete;
+
+    // 103 connects with the record, 104 closes; other commands do nothing.
+    int32_t Init(int32_t command, const ConnectionRecord* record);
+    void Close();
+    int32_t Execute(int32_t code, void* input, void* output, void* extra);
+
+    // One write of the whole message: the bytes written, or -1.
+    int32_t Send(const char* buffer, int32_t length);
+    // Waits for one reply and parses it; null on time-out, network failure,
+    // a length below 64 or a text that is not XML. The caller owns it.
+    std::unique_ptr<TiXmlDocument> ReceiveXml(int32_t timeoutSeconds);
+    // Waits for one reply of 64 to 10240 bytes and yields its Code in result
+    // (18 for a bad length or text, -1 for a time-out); -1 when the
+    // connection failed (result 3, or untouched when it was already closed).
+    int32_t ReceiveResult(int32_t timeoutSeconds, int32_t& result);
+
+    bool IsDisconnected() const { return !connected_.load(std::memory_order_relaxed); }
+    // Connected and silent for more than 40 seconds.
+    bool IsIdle() const;
+    void UpdateActiveTime();
+
+    int32_t GetConnectionId() const { return static_cast<int32_t>(connectionId_); }
+    uint32_t ConnectionNumber() const { return connectionId_; }
+    int32_t GetTransferKind() const { return transferKind_.load(std::memory_order_relaxed); }
+    void SetTransferKind(int32_t kind) { transferKind_.store(kind, std::memory_order_relaxed); }
+    int32_t GetProgress() const { return progressValue_.load(std::memory_order_relaxed); }
+    void SetProgress(int32_t value) { progressValue_.store(value, std::memory_order_relaxed); }
+    int32_t LastError() const { return lastError_.load(std::memory_order_relaxed); }
+    bool TimedOut() const { return timedOut_.load(std::memory_order_relaxed); }
+
+    // Bind the application's callbacks to the running transfer: 0, or -1
+    // (lastError 7) unless the transfer of that kind runs under that handle.
+    int32_t SetTerminalCallBack(int32_t kind, uint32_t connectionId, uint32_t transferHandle,
+                                TerminalCallBack callback, void* user);
+    int32_t SetPlayDataCallBack(uint32_t connectionId, uint32_t transferHandle,
+                                PlayDataCallBack callback, void* user);
+
+    // The camera fields of the connection's record.
+    CameraRequest CameraFromRecord() const;
+
+    // Control operations; each makes one request and one reply wait.
+    int32_t AddDevice();
+    int32_t MdyDevice();
+    int32_t DelDevice();
+    int32_t AddPolicy(const RecordPolicy& policy);
+    int32_t ModifyPolicyStatus(const PolicySelector& selector);
+    int32_t DeletePolicy(const PolicySelector& selector);
+    int32_t DeleteAllPolicies(const PolicySelector& selector);
+    int32_t AddTask(const TaskRequest& task);
+    int32_t DeleteTask(const TaskRequest& task);
+    int32_t ModifyTask(const TaskRequest& task);
+    int32_t QueryPolicies(const PolicyQuery& query, std::list<RecordPolicy>& result);
+    int32_t QueryTasks(const TaskQuery& query, std::list<PolicyTaskInfo>& result);
+    int32_t SendAlarm(const AlarmRequest& alarm);
+    int32_t StopAlarm(const CameraSelector& selector);
+    int32_t StopTask(const CameraSelector& selector);
+    int32_t StopTaskEx(const CameraSelector& selector);
+    int32_t QueryFiles(const FileQuery& query, std::list<VideoFileInfo>& result);
+    int32_t DeleteFile(const FileRecord& file);
+    int32_t ModifyFilePermission(const FileRecord& file);
+
+  private:
+    // The exchange of a request answered by a result code, and of one
+    // answered by a document (null document: the result code to return).
+    int32_t RunControl(const std::string& request, const ControlTexts& texts);
+    int32_t RunDocumentExchange(const std::string& request, const ControlTexts& texts,
+                                bool failureSetsLastError,
+                                std::unique_ptr<TiXmlDocument>& document);
+    int32_t RunFileExchange(const std::string& request, const ControlTexts& texts);
+    int32_t UploadProgress(uint32_t* output);
+    int32_t TransferProgress(uint32_t* output);
+
+    enum ControlFlag : uint32_t { kNetworkBroken = 1u << 0 };
+    struct Wait;
+    // The framing shared by both reply waits; see ClientIo.cpp.
+    enum class WaitEnd { Complete, Closed, HeadFailed, BodyFailed, TimedOut, Rejected };
+    WaitEnd ReadReply(int32_t timeoutSeconds, Wait& wait);
+    void SetControlFlag(uint32_t flag);
+
+    void SetLastError(int32_t code) { lastError_.store(code, std::memory_order_relaxed); }
+    int32_t Connect(const ConnectionRecord* record);
+
+    std::unique_ptr<Connection> connection_;
+    std::atomic<bool> timedOut_{false};
+    std::atomic<bool> workerRunning_{false};
+    std::atomic<bool> connected_{false};
+    std::atomic<bool> workerStopRequest_{false};
+    std::atomic<bool> paused_{false};
+    std::atomic<int32_t> transferKind_{kTransferNone};
+    std::atomic<int32_t> lastError_{0};
+    std::atomic<int64_t> lastActive_{0};
+    platform::SystemTime createdAt_{};
+    int32_t transferTaskId_ = 0;
+    uint32_t connectionId_ = 0;
+    uint32_t transferHandle_ = 0;
+    int64_t uploadTotalBytes_ = 1;  // never 0: the upload percentage divides by it
+    int64_t uploadSentBytes_ = 0;
+    ConnectionRecord record_{};
+
+    // Transfer bookkeeping.
+    // The setters run beside the worker that calls the callbacks.
+    std::atomic<PlayDataCallBack> dataCallback_{nullptr};
+    std::atomic<TerminalCallBack> terminalCallback_{nullptr};
+    std::atomic<void*> callbackUser_{nullptr};
+    int32_t fileHandle_ = -1;
+    std::unique_ptr<platform::Thread> workerThread_;
+
+    platform::CriticalSection commandLock_;
+    platform::CriticalSection spareLock_;
+    // Bit 0: network broken (never cleared); bits 1 to 6: acknowledgements of
+    // stop, fast, slow, pause, resume and jump.
+    std::atomic<uint32_t> controlFlags_{0};
+    std::atomic<int32_t> progressValue_{0};
+    platform::CriticalSection flagLock_;
+    platform::CriticalSection closeLock_;
+    // A control reply that could not be parsed is kept, not freed, until the
+    // next one or the end of the Client.
+    std::unique_ptr<TiXmlDocument> rejectedReply_;
+};
+
+}  // namespace kerrow

@@ -1,0 +1,161 @@
+// Sending a request and waiting for its reply. Every reply starts with the
+// 63 bytes of the envelope head whose last eight digits give the total size
+// of the message; the waits read the head, then the rest, then parse it.
+#include <tinyxml.h>
+
+#include <cstring>
+#include <vector>
+
+#include "client/Client.h"
+#include "log/Log.h"
+#include "net/Connection.h"
+#include "protocol/Elements.h"
+#include "protocol/Envelope.h"
+#include "protocol/Replies.h"
+#include "util/TimeText.h"
+
+namespace kerrow {
+namespace {
+
+// A read that found nothing waits this long for the socket to turn readable
+// before the clock is looked at again.
+constexpr uint32_t kIdleWaitMs = 10;
+
+}  // namespace
+
+struct Client::Wait {
+    explicit Wait(const FrameLimits& l) : limits(l) {}
+    FrameLimits limits;
+    std::vector<char> buffer;
+    long total = 0;
+};
+
+void Client::SetControlFlag(uint32_t flag) {
+    platform::CriticalSectionGuard guard(flagLock_);
+    controlFlags_.fetch_or(flag, std::memory_order_relaxed);
+}
+
+int32_t Client::Send(const char* buffer, int32_t length) {
+    if (!connection_) {
+        SetLastError(kResultBadArgument);
+        return -1;
+    }
+    int32_t result = -1;
+    if (connection_->IsClosed()) {
+        KLOG_INFO << "network has been colsed!";
+    } else {
+        result = connection_->Write(buffer, length);
+    }
+    if (result != length) {
+        KLOG_INFO << "network send data error, will send " << length << " betes, has sended "
+                  << result << " bytes.";
+    }
+    return result;
+}
+
+Client::WaitEnd Client::ReadReply(int32_t timeoutSeconds, Wait& wait) {
+    if (timeoutSeconds < 1) timeoutSeconds = 0;
+    const int64_t deadline = Now64() + timeoutSeconds;
+    char head[kHeadReadSize];
+    size_t received = 0;
+    bool inBody = false;
+
+    for (;;) {
+        if (connection_->IsClosed()) return WaitEnd::Closed;
+        int32_t n;
+        if (!inBody) {
+            n = connection_->Read(head + received, static_cast<int32_t>(kHeadReadSize - received));
+        } else {
+            n = connection_->Read(wait.buffer.data() + received,
+                                  static_cast<int32_t>(wait.total - static_cast<long>(received)));
+        }
+        if (n < 0) {
+            SetControlFlag(kNetworkBroken);
+            return inBody ? WaitEnd::BodyFailed : WaitEnd::HeadFailed;
+        }
+        received += static_cast<size_t>(n);
+
+        if (!inBody && received == kHeadReadSize) {
+            // Nothing but the length digits is read from the head; the rest
+            // of a rejected message stays on the connection.
+            HeadCheck check = InspectHead(head, received, wait.limits);
+            wait.total = check.total;
+            if (!check.accepted) return WaitEnd::Rejected;
+            wait.buffer.assign(static_cast<size_t>(wait.total) + 1, '\0');
+            std::memcpy(wait.buffer.data(), head, kHeadReadSize);
+            inBody = true;
+        }
+        if (inBody && static_cast<long>(received) == wait.total) return WaitEnd::Complete;
+
+        if (n == 0) connection_->WaitReadable(kIdleWaitMs);
+        if (Now64() >= deadline) return WaitEnd::TimedOut;
+    }
+}
+
+std::unique_ptr<TiXmlDocument> Client::ReceiveXml(int32_t timeoutSeconds) {
+    if (!connection_) return nullptr;
+    Wait wait(kDocumentWaitLimits);
+    switch (ReadReply(timeoutSeconds, wait)) {
+        case WaitEnd::Complete:
+            break;
+        case WaitEnd::HeadFailed:
+        case WaitEnd::BodyFailed:
+            SetLastError(kResultNetwork);
+            return nullptr;
+        case WaitEnd::TimedOut:
+            timedOut_.store(true);
+            SetLastError(kResultTimedOut);
+            return nullptr;
+        case WaitEnd::Closed:
+        case WaitEnd::Rejected:
+            return nullptr;
+    }
+    std::string text(wait.buffer.data(), static_cast<size_t>(wait.total));
+    KLOG_INFO << "接收到的xml:" << text;
+    auto document = std::make_unique<TiXmlDocument>();
+    if (!ParseDocument(text.data(), text.size(), *document)) return nullptr;
+    return document;
+}
+
+int32_t Client::ReceiveResult(int32_t timeoutSeconds, int32_t& result) {
+    if (!connection_) {
+        result = kResultConnectFailed;
+        return -1;
+    }
+    Wait wait(kResultWaitLimits);
+    switch (ReadReply(timeoutSeconds, wait)) {
+        case WaitEnd::Complete:
+            break;
+        case WaitEnd::Closed:
+            return -1;
+        case WaitEnd::HeadFailed:
+            // lastError is left alone while the head is read.
+            result = kResultConnectFailed;
+            return -1;
+        case WaitEnd::BodyFailed:
+            SetLastError(kResultNetwork);
+            result = kResultConnectFailed;
+            return -1;
+        case WaitEnd::TimedOut:
+            timedOut_.store(true);
+            SetLastError(kResultTimedOut);
+            result = -1;
+            return 0;
+        case WaitEnd::Rejected:
+            result = kResultBadReply;
+            return 0;
+    }
+    std::string text(wait.buffer.data(), static_cast<size_t>(wait.total));
+    KLOG_INFO << "收到的 xml命令：" << text;
+    auto document = std::make_unique<TiXmlDocument>();
+    if (!ParseDocument(text.data(), text.size(), *document)) {
+        rejectedReply_ = std::move(document);
+        result = kResultBadReply;
+        return 0;
+    }
+    int32_t method = 0;
+    ParseControlResponse(*document, method, result);
+    return 0;
+}
+
+}  // namespace kerrow
