@@ -120,13 +120,20 @@ bool Client::IsIdle() const {
 
 void Client::UpdateActiveTime() { lastActive_.store(Now64(), std::memory_order_relaxed); }
 
+// A binding succeeds only while a transfer of the kind runs under the handle.
+bool Client::MayBind(int32_t kind, uint32_t connectionId, uint32_t transferHandle,
+                     bool hasCallback) {
+    if (connectionId != 0 && transferHandle != 0 && hasCallback && GetTransferKind() == kind &&
+        transferHandle_ == transferHandle) {
+        return true;
+    }
+    SetLastError(kResultBadArgument);
+    return false;
+}
+
 int32_t Client::SetTerminalCallBack(int32_t kind, uint32_t connectionId, uint32_t transferHandle,
                                     TerminalCallBack callback, void* user) {
-    if (connectionId == 0 || transferHandle == 0 || callback == nullptr ||
-        GetTransferKind() != kind || transferHandle_ != transferHandle) {
-        SetLastError(kResultBadArgument);
-        return -1;
-    }
+    if (!MayBind(kind, connectionId, transferHandle, callback != nullptr)) return -1;
     terminalCallback_.store(callback);
     callbackUser_.store(user);
     return 0;
@@ -134,11 +141,7 @@ int32_t Client::SetTerminalCallBack(int32_t kind, uint32_t connectionId, uint32_
 
 int32_t Client::SetPlayDataCallBack(uint32_t connectionId, uint32_t transferHandle,
                                     PlayDataCallBack callback, void* user) {
-    if (connectionId == 0 || transferHandle == 0 || callback == nullptr ||
-        GetTransferKind() != kTransferPlay || transferHandle_ != transferHandle) {
-        SetLastError(kResultBadArgument);
-        return -1;
-    }
+    if (!MayBind(kTransferPlay, connectionId, transferHandle, callback != nullptr)) return -1;
     dataCallback_.store(callback);
     callbackUser_.store(user);
     return 0;

@@ -109,6 +109,7 @@ class Client {
     WaitEnd ReadReply(int32_t timeoutSeconds, Wait& wait);
     void SetControlFlag(uint32_t flag);
 
+    bool MayBind(int32_t kind, uint32_t connectionId, uint32_t transferHandle, bool hasCallback);
     void SetLastError(int32_t code) { lastError_.store(code, std::memory_order_relaxed); }
     int32_t Connect(const ConnectionRecord* record);
 

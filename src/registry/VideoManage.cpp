@@ -18,10 +18,12 @@ struct IdSource {
     platform::CriticalSection lock;
 };
 
-IdSource& Ids() {
+IdSource*& IdsPointer() {
     static IdSource* ids = new IdSource();
-    return *ids;
+    return ids;
 }
+
+IdSource& Ids() { return *IdsPointer(); }
 
 }  // namespace
 
@@ -39,6 +41,11 @@ uint32_t VideoManage::NextId() {
     uint32_t id = ids.counter;
     ids.counter = (ids.counter + 1) % 0xFFFFFFFFu;
     return id;
+}
+
+void VideoManage::FreeNumberSource() {
+    delete IdsPointer();
+    IdsPointer() = nullptr;
 }
 
 void VideoManage::SetNextIdForTesting(uint32_t next) {
@@ -122,31 +129,29 @@ int32_t VideoManage::GetTaskNum() {
     return count;
 }
 
-int32_t VideoManage::SetTerminalCallBack(int32_t kind, uint32_t connectionId,
-                                         uint32_t transferHandle, TerminalCallBack callback,
-                                         void* user) {
-    if (connectionId == 0 || transferHandle == 0 || callback == nullptr) {
-        return kResultBadArgument;
-    }
+template <class BindFn>
+int32_t VideoManage::Bind(uint32_t connectionId, uint32_t transferHandle, bool hasCallback,
+                          BindFn bind) {
+    if (connectionId == 0 || transferHandle == 0 || !hasCallback) return kResultBadArgument;
     ScopedLock lock(mapLock_, ReadWriteLock::kRead);
     auto it = clients_.find(connectionId);
     if (it == clients_.end()) return kResultBadArgument;
-    return it->second->SetTerminalCallBack(kind, connectionId, transferHandle, callback, user) == 0
-               ? kResultOk
-               : kResultBadArgument;
+    return bind(*it->second) == 0 ? kResultOk : kResultBadArgument;
+}
+
+int32_t VideoManage::SetTerminalCallBack(int32_t kind, uint32_t connectionId,
+                                         uint32_t transferHandle, TerminalCallBack callback,
+                                         void* user) {
+    return Bind(connectionId, transferHandle, callback != nullptr, [&](Client& client) {
+        return client.SetTerminalCallBack(kind, connectionId, transferHandle, callback, user);
+    });
 }
 
 int32_t VideoManage::SetPlayDataCallBack(uint32_t connectionId, uint32_t transferHandle,
                                          PlayDataCallBack callback, void* user) {
-    if (connectionId == 0 || transferHandle == 0 || callback == nullptr) {
-        return kResultBadArgument;
-    }
-    ScopedLock lock(mapLock_, ReadWriteLock::kRead);
-    auto it = clients_.find(connectionId);
-    if (it == clients_.end()) return kResultBadArgument;
-    return it->second->SetPlayDataCallBack(connectionId, transferHandle, callback, user) == 0
-               ? kResultOk
-               : kResultBadArgument;
+    return Bind(connectionId, transferHandle, callback != nullptr, [&](Client& client) {
+        return client.SetPlayDataCallBack(connectionId, transferHandle, callback, user);
+    });
 }
 
 uint32_t VideoManage::CleanUpThreadFunc(void* argument) {

@@ -44,6 +44,8 @@ class VideoManage {
     // The process-wide number source of connection numbers and transfer
     // handles: 1, 2, ... 0xFFFFFFFE, then 1 again; never 0 or 0xFFFFFFFF.
     static uint32_t NextId();
+    // At unload by dlclose; no number may be drawn after it.
+    static void FreeNumberSource();
     // Sets the next number to hand out (tests of the wrap).
     static void SetNextIdForTesting(uint32_t next);
 
@@ -58,6 +60,11 @@ class VideoManage {
     ReadWriteLock& MapLockForTesting() { return mapLock_; }
 
   private:
+    // The setters' common path: 7 for a zero number, handle or callback, an
+    // unknown number, or a binding the Client refuses.
+    template <class BindFn>
+    int32_t Bind(uint32_t connectionId, uint32_t transferHandle, bool hasCallback, BindFn bind);
+
     // Read without the lock by Connect's limit test, hence atomic.
     std::atomic<size_t> clientCount_{0};
     std::map<uint32_t, std::unique_ptr<Client>> clients_;
