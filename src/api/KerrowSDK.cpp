@@ -24,10 +24,12 @@ std::atomic<VideoManage*> g_registry{nullptr};
 std::atomic<void (*)()> g_initProbe{nullptr};
 
 // Lives until the process ends, so that the unload hook can still take it.
-platform::CriticalSection& ReleaseLock() {
+platform::CriticalSection*& ReleaseLockPointer() {
     static platform::CriticalSection* lock = new platform::CriticalSection();
-    return *lock;
+    return lock;
 }
+
+platform::CriticalSection& ReleaseLock() { return *ReleaseLockPointer(); }
 
 // WSAStartup for version 2.2; anything else granted is a failure.
 bool StartWinSock() {
@@ -52,6 +54,14 @@ void OnProcessAttach() {
 }
 
 void OnProcessDetach() { Kerrow_Release(); }
+
+void FreeProcessState() {
+    platform::RemoveFaultHandlers();
+    log::Shutdown();
+    VideoManage::FreeNumberSource();
+    delete ReleaseLockPointer();
+    ReleaseLockPointer() = nullptr;
+}
 
 }  // namespace kerrow::library
 

@@ -12,6 +12,10 @@ VideoManage* Registry();
 // Load and unload of the shared library.
 void OnProcessAttach();
 void OnProcessDetach();
+// At unload by dlclose, after OnProcessDetach: shuts the log down and frees
+// the process-wide state. At process exit it is left alone: threads may still
+// run, and the libraries it uses have already gone.
+void FreeProcessState();
 
 // Runs inside Kerrow_Init's fault handler after the registry is created
 // (tests place a fault there).

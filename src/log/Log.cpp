@@ -26,10 +26,12 @@ struct State {
     platform::CriticalSection configureLock;
 };
 
-State& GetState() {
+State*& StatePointer() {
     static State* state = new State();
-    return *state;
+    return state;
 }
+
+State& GetState() { return *StatePointer(); }
 
 // log4cpp pads the backup numbers to the width of the largest one (.01);
 // the library's backups are named .1 to .50.
@@ -101,6 +103,12 @@ void SetNames(const char* categoryName, const char* filePath) {
 }
 
 std::string FilePath() { return GetState().filePath; }
+
+void Shutdown() {
+    log4cpp::Category::shutdown();
+    delete StatePointer();
+    StatePointer() = nullptr;
+}
 
 void Write(Priority priority, const std::string& message) {
     if (log4cpp::Category* category = GetLogger()) {

@@ -64,8 +64,12 @@ class Line {
     std::ostringstream stream_;
 };
 
-// The log file's path as the library names it, and as the OS opens it.
+// The log file's path as the library names it.
 std::string FilePath();
+
+// At unload by dlclose: shuts log4cpp down and frees the log's state. No
+// line may be written after it.
+void Shutdown();
 
 }  // namespace kerrow::log
 

@@ -221,6 +221,18 @@ void InstallHandlers() {
 
 }  // namespace
 
+void RemoveFaultHandlers() {
+    if (!g_installed.load(std::memory_order_acquire)) return;
+    for (int signal : kFaultSignals) {
+        struct sigaction current {};
+        sigaction(signal, nullptr, &current);
+        // A handler installed over ours afterwards stays.
+        if ((current.sa_flags & SA_SIGINFO) != 0 && current.sa_sigaction == OnFault) {
+            sigaction(signal, &g_previous[signal], nullptr);
+        }
+    }
+}
+
 FaultTranslator SetFaultTranslator(FaultTranslator translator) {
     if (translator != nullptr) std::call_once(g_installOnce, InstallHandlers);
     const FaultTranslator previous = t_translator;

@@ -73,4 +73,9 @@ constexpr uint32_t kFaultStackOverflow = 0xC00000FDu;
 using FaultTranslator = void (*)(uint32_t code, FaultPointers* info);
 FaultTranslator SetFaultTranslator(FaultTranslator translator);
 
+// Puts back the dispositions found before the first translator was set, where
+// ours are still in place: the library calls it when it is unloaded, since
+// its handler would be gone with it.
+void RemoveFaultHandlers();
+
 }  // namespace kerrow::platform

@@ -1,12 +1,21 @@
 #include "platform/Unload.h"
 
+#include <atomic>
 #include <cstdlib>
 
 namespace kerrow::platform {
+namespace {
 
-// atexit from a shared library registers against that library: the hook runs
-// when the library is closed, or at exit, in reverse order of registration,
-// so before the destructors of libraries that were loaded earlier.
-void AtUnload(void (*hook)()) { std::atexit(hook); }
+std::atomic<bool> g_exiting{false};
+
+void MarkExiting() { g_exiting.store(true); }
+
+}  // namespace
+
+// exit() runs the atexit handlers before the unload hooks of the libraries.
+// At dlclose the unload hook runs first, while the flag is still clear.
+void WatchProcessExit() { std::atexit(&MarkExiting); }
+
+bool ProcessExiting() { return g_exiting.load(); }
 
 }  // namespace kerrow::platform

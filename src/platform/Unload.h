@@ -1,10 +1,13 @@
-// Running a function when the library is unloaded: at dlclose, or at process
-// exit before the static objects of the libraries it uses are destroyed.
+// Telling the library's unload at dlclose from the unload at process exit.
+// At exit the libraries this one uses have already destroyed their static
+// objects when its unload hook runs, so the hook must leave them alone.
 #pragma once
 
 namespace kerrow::platform {
 
-// Registered from the load hook; hooks run in reverse order of registration.
-void AtUnload(void (*hook)());
+// Called from the load hook: from then on ProcessExiting() turns true as soon
+// as the process starts to exit.
+void WatchProcessExit();
+bool ProcessExiting();
 
 }  // namespace kerrow::platform

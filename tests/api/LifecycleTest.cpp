@@ -1,6 +1,7 @@
 // The library's start and stop as an application sees it through the exports.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <list>
 
 #include "KerrowSDK.h"
@@ -101,6 +102,22 @@ TEST_F(Lifecycle, ConnectToRefusedPortFailsWithItsLogLines) {
         "VideoManage::Connect(): .\\VideoManage:150 ZOREK \xC1\xAC\xBD\xD3\xCA\xA7\xB0\xDC: "
         "127.0.0.9:7070"));
     EXPECT_TRUE(kerrow::test::LogHasMessage(" Client_Connect id:0"));
+}
+
+TEST_F(Lifecycle, ConnectToAFullBacklogGivesUpAfterOneSecond) {
+    ASSERT_EQ(0, Kerrow_Init());
+    kerrow::test::FullListener listener;
+    ASSERT_TRUE(listener.Full());
+    ConnectionRecord record = MakeConnectionRecord(listener.Port());
+    uint32_t id = 99;
+    auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(3, Kerrow_Connect(&record, &id));
+    auto elapsed = std::chrono::steady_clock::now() - start;
+    EXPECT_EQ(0u, id);
+    EXPECT_GE(elapsed, std::chrono::milliseconds(900));
+    EXPECT_LT(elapsed, std::chrono::seconds(3));
+    EXPECT_TRUE(kerrow::test::LogContains(
+        "TcpsocketLink::Connect(): .\\TcpsocketLink:49 ZOREK TcpsocketLink Conn TimeOut"));
 }
 
 TEST_F(Lifecycle, ConnectWithoutAnyPortIsRefusedBeforeTrying) {

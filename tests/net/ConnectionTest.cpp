@@ -7,6 +7,7 @@
 #include "NetTestSupport.h"
 #include "net/Connection.h"
 #include "support/LogFile.h"
+#include "support/PortListener.h"
 #include "support/TestServer.h"
 
 namespace kerrow {
@@ -73,19 +74,8 @@ TEST(Connection, ConnectedReadsAnswerAtOnceAndWritesArrive) {
 // A listener whose backlog is full never completes a connect: the connect
 // gives up after its one second.
 TEST(Connection, ConnectToFullBacklogTimesOutAfterOneSecond) {
-    test::LoopbackSocket listener;
-    ASSERT_TRUE(listener.Listen(0));
-    std::vector<int> fillers;
-    bool full = false;
-    for (int i = 0; i < 32 && !full; ++i) {
-        const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
-        fillers.push_back(fd);
-        const sockaddr_in address = test::Loopback(listener.Port());
-        ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
-        pollfd entry = {fd, POLLOUT, 0};
-        full = ::poll(&entry, 1, 200) == 0;
-    }
-    ASSERT_TRUE(full) << "the listener's backlog never filled up";
+    test::FullListener listener;
+    ASSERT_TRUE(listener.Full()) << "the listener's backlog never filled up";
 
     Connection connection(Connection::kTcp);
     const auto start = steady_clock::now();
@@ -100,7 +90,6 @@ TEST(Connection, ConnectToFullBacklogTimesOutAfterOneSecond) {
         "Connection::Connect(): .\\Connection:62 ZOREK m_plink Connect FAILURE:Error#: 10035");
     EXPECT_GE(timeOut, 0);
     EXPECT_GT(failure, timeOut);
-    for (int fd : fillers) ::close(fd);
 }
 
 }  // namespace

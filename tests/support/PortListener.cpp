@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -32,6 +33,25 @@ PortListener::PortListener(int backlog) {
 }
 
 PortListener::~PortListener() { close(fd_); }
+
+FullListener::FullListener() {
+    // Connect until one connect is no longer completed by the kernel.
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(listener_.Port());
+    while (count_ < 32 && !full_) {
+        int fd = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
+        fillers_[count_++] = fd;
+        connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address));
+        pollfd entry = {fd, POLLOUT, 0};
+        full_ = poll(&entry, 1, 200) == 0;
+    }
+}
+
+FullListener::~FullListener() {
+    for (int i = 0; i < count_; ++i) close(fillers_[i]);
+}
 
 uint16_t UnusedPort() {
     uint16_t port = 0;

@@ -20,6 +20,26 @@ class PortListener {
     uint16_t port_ = 0;
 };
 
+// A listener whose backlog is full: a connect to it is never answered, so it
+// stays pending until the connecting side gives up.
+class FullListener {
+  public:
+    FullListener();
+    ~FullListener();
+    FullListener(const FullListener&) = delete;
+    FullListener& operator=(const FullListener&) = delete;
+
+    uint16_t Port() const { return listener_.Port(); }
+    // False when the backlog never filled up (the test cannot go on).
+    bool Full() const { return full_; }
+
+  private:
+    PortListener listener_{0};
+    int fillers_[32];
+    int count_ = 0;
+    bool full_ = false;
+};
+
 // A loopback port on which nothing listens (bound, then closed).
 uint16_t UnusedPort();
 
