@@ -38,6 +38,10 @@ Client::~Client() {
         workerThread_.reset();
         workerRunning_.store(false);
     }
+    CloseConnection();
+}
+
+void Client::CloseConnection() {
     if (connection_) {
         if (!connection_->IsClosed()) connection_->Close();
         connection_.reset();
@@ -105,10 +109,7 @@ void Client::Close() {
         workerThread_.reset();
         workerRunning_.store(false);
     }
-    if (connection_) {
-        if (!connection_->IsClosed()) connection_->Close();
-        connection_.reset();
-    }
+    CloseConnection();
     connected_.store(false);
 }
 

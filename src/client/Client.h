@@ -94,6 +94,9 @@ class Client {
   private:
     // The exchange of a request answered by a result code, and of one
     // answered by a document (null document: the result code to return).
+    // Logs and sends the request; false (lastError 12, logged) when it
+    // could not be sent.
+    bool SendRequest(const std::string& request, const ControlTexts& texts);
     int32_t RunControl(const std::string& request, const ControlTexts& texts);
     int32_t RunDocumentExchange(const std::string& request, const ControlTexts& texts,
                                 bool failureSetsLastError,
@@ -109,6 +112,7 @@ class Client {
     WaitEnd ReadReply(int32_t timeoutSeconds, Wait& wait);
     void SetControlFlag(uint32_t flag);
 
+    void CloseConnection();
     bool MayBind(int32_t kind, uint32_t connectionId, uint32_t transferHandle, bool hasCallback);
     void SetLastError(int32_t code) { lastError_.store(code, std::memory_order_relaxed); }
     int32_t Connect(const ConnectionRecord* record);

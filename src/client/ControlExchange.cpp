@@ -15,14 +15,17 @@ constexpr int32_t kReplyWaitSeconds = 5;
 
 }  // namespace
 
+bool Client::SendRequest(const std::string& request, const ControlTexts& texts) {
+    KLOG_INFO << texts.sending << request;
+    if (Send(request.data(), static_cast<int32_t>(request.size())) >= 1) return true;
+    SetLastError(kResultNetwork);
+    KLOG_INFO << texts.sendFailed;
+    return false;
+}
+
 int32_t Client::RunControl(const std::string& request, const ControlTexts& texts) {
     int32_t result = 0;
-    KLOG_INFO << texts.sending << request;
-    if (Send(request.data(), static_cast<int32_t>(request.size())) < 1) {
-        SetLastError(kResultNetwork);
-        KLOG_INFO << texts.sendFailed;
-        return kResultNetwork;
-    }
+    if (!SendRequest(request, texts)) return kResultNetwork;
     ReceiveResult(kReplyWaitSeconds, result);
     if (result == 0) {
         KLOG_INFO << texts.succeeded;
@@ -42,12 +45,7 @@ int32_t Client::RunDocumentExchange(const std::string& request, const ControlTex
                                     bool failureSetsLastError,
                                     std::unique_ptr<TiXmlDocument>& document) {
     int32_t result = 0;
-    KLOG_INFO << texts.sending << request;
-    if (Send(request.data(), static_cast<int32_t>(request.size())) < 1) {
-        SetLastError(kResultNetwork);
-        KLOG_INFO << texts.sendFailed;
-        return kResultNetwork;
-    }
+    if (!SendRequest(request, texts)) return kResultNetwork;
     document = ReceiveXml(kReplyWaitSeconds);
     if (document) return kResultOk;
     KLOG_INFO << texts.failed << result;
