@@ -12,9 +12,9 @@ VideoManage* Registry();
 // Load and unload of the shared library.
 void OnProcessAttach();
 void OnProcessDetach();
-// At unload by dlclose, after OnProcessDetach: shuts the log down and frees
-// the process-wide state. At process exit it is left alone: threads may still
-// run, and the libraries it uses have already gone.
+// At unload, after OnProcessDetach: puts back the fault handlers, shuts the
+// log down and frees the process-wide state. A transfer thread abandoned by
+// Kerrow_Release must not log after it.
 void FreeProcessState();
 
 // Runs inside Kerrow_Init's fault handler after the registry is created

@@ -67,8 +67,8 @@ class Line {
 // The log file's path as the library names it.
 std::string FilePath();
 
-// At unload by dlclose: shuts log4cpp down and frees the log's state. No
-// line may be written after it.
+// At unload: shuts log4cpp down and frees the log's state. No line may be
+// written after it.
 void Shutdown();
 
 }  // namespace kerrow::log

@@ -227,7 +227,7 @@ void RemoveFaultHandlers() {
         struct sigaction current {};
         sigaction(signal, nullptr, &current);
         // A handler installed over ours afterwards stays.
-        if ((current.sa_flags & SA_SIGINFO) != 0 && current.sa_sigaction == OnFault) {
+        if (current.sa_sigaction == OnFault) {
             sigaction(signal, &g_previous[signal], nullptr);
         }
     }

@@ -44,7 +44,7 @@ class VideoManage {
     // The process-wide number source of connection numbers and transfer
     // handles: 1, 2, ... 0xFFFFFFFE, then 1 again; never 0 or 0xFFFFFFFF.
     static uint32_t NextId();
-    // At unload by dlclose; no number may be drawn after it.
+    // At unload; no number may be drawn after it.
     static void FreeNumberSource();
     // Sets the next number to hand out (tests of the wrap).
     static void SetNextIdForTesting(uint32_t next);
