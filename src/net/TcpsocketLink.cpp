@@ -150,6 +150,10 @@ int32_t TcpsocketLink::Close() {
 
 int32_t TcpsocketLink::Read(char* buffer, int32_t length) {
     if (m_closed != 0 || m_connected == 0) return -1;
+    // Nothing asked, nothing done: a zero-byte recv would answer 0 with data
+    // waiting and read as a peer that has gone. A worker holding a complete
+    // message re-reads with a length of zero.
+    if (length <= 0) return 0;
 
     const ssize_t n = ::recv(m_fd, buffer, static_cast<size_t>(length), 0);
     if (n == 0) {
@@ -172,6 +176,7 @@ int32_t TcpsocketLink::Read(char* buffer, int32_t length) {
 // Sends never raise a signal: a peer that has gone away is a failed send.
 int32_t TcpsocketLink::Write(const char* buffer, int32_t length) {
     if (m_closed != 0 || m_connected == 0) return -1;
+    if (length <= 0) return 0;
 
     const ssize_t n = ::send(m_fd, buffer, static_cast<size_t>(length), MSG_NOSIGNAL);
     if (n == 0) {

@@ -38,6 +38,14 @@ TEST(TcpsocketLink, ConnectedLinkWithNothingToReadStaysConnected) {
     EXPECT_TRUE(link.IsConnected());
     EXPECT_FALSE(link.IsClosed());
     EXPECT_EQ(0, link.WaitReadable(20));
+
+    // With bytes waiting, a read of no bytes is still "nothing now".
+    ASSERT_TRUE(server.WaitConnections(1));
+    server.Push(0, test::Reply::Now("abc"));
+    ASSERT_EQ(1, link.WaitReadable(5000));
+    EXPECT_EQ(0, link.Read(buffer, 0));
+    EXPECT_TRUE(link.IsConnected());
+    EXPECT_EQ(3, link.Read(buffer, sizeof(buffer)));
     link.Close();
 }
 
