@@ -9,6 +9,7 @@
 #include "log/Log.h"
 #include "net/Connection.h"
 #include "registry/VideoManage.h"
+#include "transfer/WorkerScope.h"
 #include "util/FieldText.h"
 #include "util/TimeText.h"
 
@@ -29,15 +30,26 @@ Client::Client() {
 }
 
 Client::~Client() {
+    // Destroyed inside one of its own transfer's callbacks (the application
+    // disconnected there): the worker must not wait for itself, and it ends
+    // as soon as the callback returns, without touching this Client.
+    const bool onWorker = transfer::IsWorkerOf(this);
+    if (onWorker) transfer::ForgetWorker();
+
     // Unlike Close, the destructor never forces a worker to end.
     if (workerRunning_.load()) {
         workerStopRequest_.store(true);
-        if (workerThread_ && workerThread_->Wait(kWorkerWaitMs) == platform::WaitResult::Signaled) {
+        if (!onWorker && workerThread_ &&
+            workerThread_->Wait(kWorkerWaitMs) == platform::WaitResult::Signaled) {
             KLOG_INFO << "线程顺利退出";
         }
-        workerThread_.reset();
         workerRunning_.store(false);
     }
+    // But the worker uses this Client and its connection up to its last step,
+    // so one still running (held in an application callback; it has been
+    // asked to stop and leaves when the callback returns) is waited for.
+    if (workerThread_ && !onWorker) workerThread_->Wait(platform::kInfinite);
+    workerThread_.reset();
     CloseConnection();
 }
 
@@ -106,10 +118,22 @@ void Client::Close() {
         } else {
             KLOG_INFO << "线程顺利退出";
         }
-        workerThread_.reset();
         workerRunning_.store(false);
     }
-    CloseConnection();
+    // Termination takes effect at the worker's next sleep; a worker held in
+    // an application callback for longer, or a stop called from inside the
+    // callback on the worker itself, outlives it. Such a worker leaves its
+    // loop right after the callback, but until it has gone the connection
+    // object stays: only the link is closed here, and the destructor deletes
+    // the rest after waiting for the worker.
+    if (workerThread_ && workerThread_->Wait(0) == platform::WaitResult::Signaled) {
+        workerThread_.reset();
+    }
+    if (!workerThread_) {
+        CloseConnection();
+    } else if (connection_ && !connection_->IsClosed()) {
+        connection_->Close();
+    }
     connected_.store(false);
 }
 

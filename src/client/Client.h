@@ -22,6 +22,7 @@ namespace kerrow {
 
 class Connection;
 struct ControlTexts;
+struct TransferTexts;
 
 class Client {
   public:
@@ -91,21 +92,71 @@ class Client {
     int32_t DeleteFile(const FileRecord& file);
     int32_t ModifyFilePermission(const FileRecord& file);
 
+    // Media transfers (src/transfer): a connection carries one transfer, run
+    // by a worker thread from its start until its end or its stop. The start
+    // operations write the new transfer's handle through handle.
+    int32_t StartPlay(const MediaRequest& request, uint32_t* handle);
+    int32_t StopPlay(const PlayControl& control);
+    int32_t PlayPause(const PlayControl& control);
+    int32_t PlayResume(const PlayControl& control);
+    int32_t PlayJump(const PlayControl& control);
+    int32_t PlaySlow(const PlayControl& control);
+    int32_t PlayFast(const PlayControl& control);
+    int32_t GetPlayPos(const PlayControl& control, uint32_t* position);
+    int32_t StartDownload(const MediaRequest& request, const std::string& localPath,
+                          uint32_t* handle);
+    int32_t StopDownload(uint32_t transferTaskId);
+    int32_t StartUpload(const UploadRequest& request, const std::string& path, uint32_t* handle);
+    // Cuts a block into data messages and sends them: 0, or -1 when a send
+    // failed. Called by the upload loop only.
+    int32_t SendUploadData(const uint8_t* data, uint32_t length);
+    int32_t StopUpload(uint32_t transferTaskId);
+    int32_t StartBackup(const FileRecord& file, uint32_t* handle);
+    int32_t StopBackup(uint32_t transferTaskId);
+    // Writes the progress of the transfer and logs it with the clock.
+    int32_t GetTransferPos(uint32_t* position);
+    // Calls the terminal callback once, if one is bound, then forgets it.
+    void NotifyTerminal(bool finished);
+
+    // The worker's thread procedure; the argument is the Client.
+    static uint32_t TransferWorker(void* client);
+
   private:
-    // The exchange of a request answered by a result code, and of one
-    // answered by a document (null document: the result code to return).
     // Logs and sends the request; false (lastError 12, logged) when it
     // could not be sent.
     bool SendRequest(const std::string& request, const ControlTexts& texts);
+    // The exchange of a request answered by a result code, and of one
+    // answered by a document (null document: the result code to return).
     int32_t RunControl(const std::string& request, const ControlTexts& texts);
     int32_t RunDocumentExchange(const std::string& request, const ControlTexts& texts,
                                 bool failureSetsLastError,
                                 std::unique_ptr<TiXmlDocument>& document);
     int32_t RunFileExchange(const std::string& request, const ControlTexts& texts);
     int32_t UploadProgress(uint32_t* output);
-    int32_t TransferProgress(uint32_t* output);
+    PlayControl WithTaskId(void* input) const;
+    int32_t PrepareUpload(const UploadFileInfo& info, uint32_t* handle);
 
-    enum ControlFlag : uint32_t { kNetworkBroken = 1u << 0 };
+    // The start sequence shared by the four kinds (src/transfer/Start.cpp).
+    int32_t RunStart(const std::string& request, const TransferTexts& texts, uint32_t* handle);
+    // Pause, resume and jump wait up to 5 seconds for the server's
+    // acknowledgement bit; slow and fast only send.
+    int32_t RunPlayControl(const PlayControl& control, const char* sending, const char* failed,
+                           uint32_t ackBit);
+    // The worker's two loops (src/transfer/ReceiveLoop.cpp, UploadLoop.cpp).
+    void ReceiveLoop();
+    void UploadLoop();
+    void ClearControlFlag(uint32_t flag);
+
+    enum ControlFlag : uint32_t {
+        kNetworkBroken = 1u << 0,
+        kAckStop = 1u << 1,
+        kAckFast = 1u << 2,
+        kAckSlow = 1u << 3,
+        kAckPause = 1u << 4,
+        kAckResume = 1u << 5,
+        kAckJump = 1u << 6,
+        kAckControls = kAckFast | kAckSlow | kAckPause | kAckResume | kAckJump,
+    };
     struct Wait;
     // The framing shared by both reply waits; see ClientIo.cpp.
     enum class WaitEnd { Complete, Closed, HeadFailed, BodyFailed, TimedOut, Rejected };
@@ -127,11 +178,12 @@ class Client {
     std::atomic<int32_t> lastError_{0};
     std::atomic<int64_t> lastActive_{0};
     platform::SystemTime createdAt_{};
-    int32_t transferTaskId_ = 0;
+    // The server's ClientId of the transfer; 0 until a start is accepted.
+    std::atomic<uint32_t> transferTaskId_{0};
     uint32_t connectionId_ = 0;
-    uint32_t transferHandle_ = 0;
-    int64_t uploadTotalBytes_ = 1;  // never 0: the upload percentage divides by it
-    int64_t uploadSentBytes_ = 0;
+    std::atomic<uint32_t> transferHandle_{0};
+    std::atomic<int64_t> uploadTotalBytes_{1};  // never 0: the percentage divides by it
+    std::atomic<int64_t> uploadSentBytes_{0};
     ConnectionRecord record_{};
 
     // Transfer bookkeeping.
@@ -139,8 +191,9 @@ class Client {
     std::atomic<PlayDataCallBack> dataCallback_{nullptr};
     std::atomic<TerminalCallBack> terminalCallback_{nullptr};
     std::atomic<void*> callbackUser_{nullptr};
-    int32_t fileHandle_ = -1;
+    std::atomic<int32_t> fileHandle_{-1};  // download target or upload source
     std::unique_ptr<platform::Thread> workerThread_;
+    uint32_t workerThreadId_ = 0;
 
     platform::CriticalSection commandLock_;
     platform::CriticalSection spareLock_;

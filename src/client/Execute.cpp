@@ -7,6 +7,7 @@
 #include "client/Client.h"
 #include "log/Log.h"
 #include "net/Connection.h"
+#include "platform/Files.h"
 #include "util/FieldText.h"
 #include "util/TimeText.h"
 
@@ -34,7 +35,7 @@ std::list<Item>* EmptiedList(void* output) {
 
 }  // namespace
 
-int32_t Client::Execute(int32_t code, void* input, void* output, void* /*extra*/) {
+int32_t Client::Execute(int32_t code, void* input, void* output, void* extra) {
     if (!connection_) return kResultNoConnection;
     if (input == nullptr) return kResultBadArgument;
 
@@ -89,8 +90,42 @@ int32_t Client::Execute(int32_t code, void* input, void* output, void* /*extra*/
         case kCmdStopAlarm:
             result = StopAlarm(CopyOf<CameraSelector>(input));
             break;
+        case kCmdStartPlayByFile:
+            result = StartPlay(CopyOf<MediaRequest>(input), static_cast<uint32_t*>(extra));
+            break;
+        case kCmdStartPlayByTime: {
+            MediaRequest request = CopyOf<MediaRequest>(input);
+            request.CameraGUID = FieldText(record_.cameraId);
+            result = StartPlay(request, static_cast<uint32_t*>(extra));
+            break;
+        }
+        case kCmdStopPlay:
+            // A stop never fails once the Client is reached.
+            ClearControlFlag(kAckStop);
+            StopPlay(WithTaskId(input));
+            break;
+        case kCmdPlayFast:
+            ClearControlFlag(kAckFast);
+            result = PlayFast(WithTaskId(input));
+            break;
+        case kCmdPlaySlow:
+            ClearControlFlag(kAckSlow);
+            result = PlaySlow(WithTaskId(input));
+            break;
+        case kCmdPlayPause:
+            ClearControlFlag(kAckPause);
+            result = PlayPause(WithTaskId(input));
+            break;
+        case kCmdPlayResume:
+            ClearControlFlag(kAckResume);
+            result = PlayResume(WithTaskId(input));
+            break;
+        case kCmdPlayJump:
+            ClearControlFlag(kAckJump);
+            result = PlayJump(WithTaskId(input));
+            break;
         case kCmdGetPlayPos:
-            if (output != nullptr) *static_cast<uint32_t*>(output) = GetProgress();
+            result = GetPlayPos(CopyOf<PlayControl>(input), static_cast<uint32_t*>(output));
             break;
         case kCmdModifyFilePermission:
             result = ModifyFilePermission(CopyOf<FileRecord>(input));
@@ -101,9 +136,40 @@ int32_t Client::Execute(int32_t code, void* input, void* output, void* /*extra*/
             result = DeleteFile(file);
             break;
         }
+        case kCmdBackupFile: {
+            FileRecord file = CopyOf<FileRecord>(input);
+            file.method = 515;
+            result = StartBackup(file, static_cast<uint32_t*>(extra));
+            break;
+        }
+        case kCmdStopBackup:
+            ClearControlFlag(kAckStop);
+            result = StopBackup(transferTaskId_.load());
+            break;
+        case kCmdStopUpload:
+            ClearControlFlag(kAckStop);
+            result = StopUpload(transferTaskId_.load());
+            break;
+        case kCmdStopDownload:
+            ClearControlFlag(kAckStop);
+            result = StopDownload(transferTaskId_.load());
+            break;
+        case kCmdStartUpload:
+            result = PrepareUpload(*static_cast<const UploadFileInfo*>(input),
+                                   static_cast<uint32_t*>(extra));
+            break;
+        case kCmdStartDownloadByFile:
+        case kCmdStartDownloadByTime: {
+            MediaRequest request = CopyOf<MediaRequest>(input);
+            if (code == kCmdStartDownloadByTime) request.CameraGUID = FieldText(record_.cameraId);
+            const char* path = static_cast<const char*>(output);
+            result =
+                StartDownload(request, path != nullptr ? path : "", static_cast<uint32_t*>(extra));
+            break;
+        }
         case kCmdGetBackupPos:
         case kCmdGetDownloadPos:
-            result = TransferProgress(static_cast<uint32_t*>(output));
+            result = GetTransferPos(static_cast<uint32_t*>(output));
             break;
         case kCmdGetUploadPos:
             result = UploadProgress(static_cast<uint32_t*>(output));
@@ -130,24 +196,55 @@ int32_t Client::Execute(int32_t code, void* input, void* output, void* /*extra*/
             }
             break;
         default:
-            // Codes without an operation here (the gaps of the table, codes
-            // out of range, and the transfer commands of this build) do
-            // nothing and answer 0.
+            // Codes without an operation (the gaps of the table and codes out
+            // of range) do nothing and answer 0.
             break;
     }
     if (!IsProgressQuery(code)) UpdateActiveTime();
     return result;
 }
 
+// The play controls carry the server's number of the transfer.
+PlayControl Client::WithTaskId(void* input) const {
+    PlayControl control = CopyOf<PlayControl>(input);
+    control.ClientId = transferTaskId_.load();
+    return control;
+}
+
+// The upload request is made from the application's record, and the file is
+// measured first: an empty or unreadable file is refused before anything is
+// sent.
+int32_t Client::PrepareUpload(const UploadFileInfo& info, uint32_t* handle) {
+    UploadRequest request;
+    request.MediaType = info.MediaType;
+    request.EncoderType = info.EncoderType;
+    request.StartTime = FormatTransferTime(info.StartTime);
+    request.EndTime = FormatTransferTime(info.EndTime);
+    request.OprID = FieldText(info.OprID);
+    request.FileDesc = FieldText(info.FileDesc);
+    request.Uploader = FieldText(info.Uploader);
+    request.Label = FieldText(info.Label);
+    request.ControlCenter = FieldText(info.ControlCenter);
+    const std::string path = FieldText(info.FilePath);
+    request.FileSize = platform::FileSize32(path);
+    if (request.FileSize <= 0) {
+        KLOG_INFO << "上传文件大小为0，返回参数错误";
+        SetLastError(kResultBadArgument);
+        return kResultBadArgument;
+    }
+    uploadTotalBytes_.store(request.FileSize);
+    return StartUpload(request, path, handle);
+}
+
 // Bytes of the upload handed to the network, in percent of the file.
 int32_t Client::UploadProgress(uint32_t* output) {
-    int32_t value = static_cast<int32_t>(uploadSentBytes_ * 100 / uploadTotalBytes_);
+    int32_t value = static_cast<int32_t>(uploadSentBytes_.load() * 100 / uploadTotalBytes_.load());
     if (output != nullptr) *output = static_cast<uint32_t>(value);
     KLOG_INFO << "上传进度值:" << value << ",时间:" << Now64();
     return kResultOk;
 }
 
-int32_t Client::TransferProgress(uint32_t* output) {
+int32_t Client::GetTransferPos(uint32_t* output) {
     int32_t value = GetProgress();
     if (output != nullptr) *output = static_cast<uint32_t>(value);
     KLOG_INFO << "返回的进度值:" << value << ",时间:" << Now64();

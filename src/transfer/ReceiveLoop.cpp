@@ -1,0 +1,280 @@
+// The receive loop of playback, download and backup. It cuts the transfer's
+// stream into enveloped messages (the 63 bytes up to the length digits, then
+// the rest), follows the server's notices, and hands header and data blocks
+// on by kind: to the application's data callback (play), to the target file
+// (download) or nowhere (backup).
+#include <tinyxml.h>
+
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "client/Client.h"
+#include "log/Log.h"
+#include "net/Connection.h"
+#include "platform/Files.h"
+#include "protocol/Elements.h"
+#include "protocol/Envelope.h"
+#include "protocol/Methods.h"
+#include "protocol/Replies.h"
+#include "transfer/WorkerScope.h"
+#include "util/TimeText.h"
+
+namespace kerrow {
+namespace {
+
+constexpr size_t kMessageBufferSize = 40960;  // the largest message accepted
+constexpr uint32_t kIdleWaitMs = 10;          // after a read that found nothing
+constexpr uint32_t kPauseIdleMs = 1;
+constexpr int64_t kSilenceSeconds = 30;  // a message body that stalls this long ends the transfer
+
+bool IsHeaderBlock(int contentType) { return contentType == 1 || contentType == 3; }
+bool IsDataBlock(int contentType) { return contentType == 2 || contentType == 4; }
+
+// The last header block, copied once and kept until it has been handed on.
+struct HeaderHold {
+    std::unique_ptr<uint8_t[]> copy;
+    uint32_t length = 0;
+    bool pending = false;
+    bool delivered = false;
+
+    void Release() {
+        delivered = true;
+        pending = false;
+        copy.reset();
+    }
+};
+
+// What became of a complete message.
+enum class Handled {
+    Done,  // consumed: the buffer is free for the next message
+    Hold,  // kept whole in the buffer and looked at again on the next pass
+    Exit,  // the worker leaves at once
+};
+
+}  // namespace
+
+void Client::ReceiveLoop() {
+    std::unique_ptr<char[]> buffer(new char[kMessageBufferSize]);
+    long received = 0;
+    long total = 0;
+    bool headComplete = false;
+    bool messageComplete = false;
+    HeaderHold header;
+
+    auto stopWithLinkClosed = [this] {
+        workerStopRequest_.store(true);
+        if (!connection_->IsClosed()) connection_->Close();
+    };
+    auto writeToFile = [this](const void* data, uint32_t length) {
+        const int32_t file = fileHandle_.load();
+        if (file != platform::kInvalidFileHandle) platform::WriteFile(file, data, length);
+    };
+    // The callback may stop the transfer, or disconnect and so destroy this
+    // Client; in that case the worker ends right after it.
+    auto deliver = [this](PlayDataCallBack callback, int contentType, const uint8_t* data,
+                          uint32_t length) {
+        callback(connectionId_, transferHandle_.load(), static_cast<uint32_t>(contentType), data,
+                 length, callbackUser_.load());
+        transfer::LeaveIfClientGone();
+    };
+    auto deliverHeader = [&](PlayDataCallBack callback, int contentType) {
+        deliver(callback, contentType, header.copy.get(), header.length);
+        header.Release();
+    };
+
+    // An XML message: the end of the transfer, a progress notice, or any
+    // other reply, which acknowledges every waiting play control at once.
+    auto handleNotice = [&]() -> Handled {
+        TiXmlDocument document;
+        if (!ParseDocument(buffer.get(), static_cast<size_t>(total), document)) {
+            return Handled::Hold;
+        }
+        const int32_t method = ReadMethod(document);
+        switch (method) {
+            case kMethodPlay:
+            case kMethodDownload:
+            case kMethodBackup: {
+                // Any of the three ends any kind of transfer.
+                KLOG_INFO << "播放、下载或备份完成！";
+                SetProgress(100);
+                workerStopRequest_.store(true);
+                if (method == kMethodDownload) {
+                    const int32_t file = fileHandle_.exchange(platform::kInvalidFileHandle);
+                    if (file != platform::kInvalidFileHandle) platform::CloseFile(file);
+                }
+                if (!connection_->IsClosed()) connection_->Close();
+                NotifyTerminal(true);
+                break;
+            }
+            case kMethodPlayProgress:
+            case kMethodDownloadProgress:
+            case kMethodBackupProgress: {
+                uint32_t clientId = 0;
+                int32_t position = 0;
+                ParseProgress(document, clientId, position);
+                KLOG_INFO << "收到进度:" << position;
+                SetProgress(position);
+                break;
+            }
+            default:
+                SetControlFlag(kAckControls);
+                break;
+        }
+        return Handled::Done;
+    };
+
+    // A header block is copied once; a second one that comes while the first
+    // is still pending is ignored.
+    auto handleHeader = [&](int contentType, const uint8_t* payload, uint32_t length) -> Handled {
+        if (length == 0) return Handled::Done;
+        if (!header.pending) {
+            header.copy.reset();
+            header.pending = true;
+            header.delivered = false;
+            header.copy.reset(new (std::nothrow) uint8_t[length]);
+            if (!header.copy) {
+                KLOG_INFO << "header data new memory err,size:" << length;
+                workerStopRequest_.store(true);
+                return Handled::Exit;
+            }
+            std::memcpy(header.copy.get(), payload, length);
+            header.length = length;
+        }
+        switch (GetTransferKind()) {
+            case kTransferPlay: {
+                // Nothing is lost before the application binds its callback.
+                PlayDataCallBack callback = dataCallback_.load();
+                if (callback == nullptr) return Handled::Hold;
+                if (header.pending && !header.delivered) deliverHeader(callback, contentType);
+                break;
+            }
+            case kTransferDownload:
+                if (header.pending && !header.delivered) {
+                    writeToFile(header.copy.get(), header.length);
+                    header.Release();
+                }
+                break;
+            default:
+                break;  // a backup keeps the copy pending
+        }
+        return Handled::Done;
+    };
+
+    // A data block goes after any header that has not been handed on yet.
+    auto handleData = [&](int contentType, const uint8_t* payload, uint32_t length) -> Handled {
+        if (length == 0) return Handled::Done;
+        switch (GetTransferKind()) {
+            case kTransferPlay: {
+                PlayDataCallBack callback = dataCallback_.load();
+                if (callback == nullptr) return Handled::Hold;
+                if (header.pending && !header.delivered) {
+                    deliverHeader(callback, contentType);
+                    // A stop inside that call unbinds the callback.
+                    callback = dataCallback_.load();
+                    if (callback == nullptr) break;
+                }
+                deliver(callback, contentType, payload, length);
+                break;
+            }
+            case kTransferDownload:
+                if (header.pending && !header.delivered) {
+                    writeToFile(header.copy.get(), header.length);
+                    header.delivered = true;
+                }
+                writeToFile(payload, length);
+                break;
+            default:
+                break;  // a backup drops media
+        }
+        return Handled::Done;
+    };
+
+    auto handleMessage = [&]() -> Handled {
+        const int contentType = ReadContentType(buffer.get(), static_cast<size_t>(total));
+        const auto* payload = reinterpret_cast<const uint8_t*>(buffer.get()) + kDataHeadSize;
+        const uint32_t length = total > static_cast<long>(kDataHeadSize)
+                                    ? static_cast<uint32_t>(total) - kDataHeadSize
+                                    : 0;
+        if (contentType == kContentTypeControl) return handleNotice();
+        if (IsHeaderBlock(contentType)) return handleHeader(contentType, payload, length);
+        if (IsDataBlock(contentType)) return handleData(contentType, payload, length);
+        KLOG_INFO << "接收来自服务端错误的contenttype类型，为:" << contentType;
+        return Handled::Done;
+    };
+
+    for (;;) {
+        if (workerStopRequest_.load()) return;
+        if (paused_.load()) {
+            // The server's data waits in the socket meanwhile.
+            platform::Sleep(kPauseIdleMs);
+            UpdateActiveTime();
+            continue;
+        }
+        if (connection_->IsClosed()) {
+            workerStopRequest_.store(true);
+            KLOG_INFO << "连接已断开";
+            continue;
+        }
+
+        if (!headComplete) {
+            const int32_t n = connection_->Read(buffer.get() + received,
+                                                static_cast<int32_t>(kHeadReadSize - received));
+            if (n < 0) {
+                workerStopRequest_.store(true);
+                KLOG_INFO << "接收错误 Receive headdata return -1";
+                SetLastError(kResultBadReply);
+                if (!connection_->IsClosed()) connection_->Close();
+                continue;
+            }
+            received += n;
+            if (received < static_cast<long>(kHeadReadSize)) {
+                // Silence between messages is not timed.
+                if (n == 0) connection_->WaitReadable(kIdleWaitMs);
+                continue;
+            }
+            const HeadCheck check = InspectHead(buffer.get(), kHeadReadSize, kTransferLimits);
+            total = check.total;
+            if (!check.accepted) {
+                stopWithLinkClosed();
+                KLOG_INFO << "接收错误 totallen：" << total;
+                continue;
+            }
+            headComplete = true;
+        } else {
+            // A held message asks for zero bytes here; the link decides
+            // whether that keeps it held or ends the transfer.
+            const int32_t n =
+                connection_->Read(buffer.get() + received, static_cast<int32_t>(total - received));
+            if (n < 0) {
+                SetLastError(kResultNetwork);
+                workerStopRequest_.store(true);
+                KLOG_INFO << "接收错误 Receive bodydata return -1";
+                if (!connection_->IsClosed()) connection_->Close();
+                continue;
+            }
+            received += n;
+            if (received == total) messageComplete = true;
+            if (n == 0) connection_->WaitReadable(kIdleWaitMs);
+        }
+
+        if (messageComplete) {
+            const Handled handled = handleMessage();
+            if (handled == Handled::Exit) return;
+            if (handled == Handled::Hold) continue;  // not timed either
+            UpdateActiveTime();
+            headComplete = false;
+            messageComplete = false;
+            total = 0;
+            received = 0;
+        }
+
+        if (Now64() - lastActive_.load() >= kSilenceSeconds) {
+            KLOG_INFO << "接收来自服务端视频数据超时（30秒），准备退出线程";
+            SetLastError(kResultTimedOut);
+            stopWithLinkClosed();
+        }
+    }
+}
+
+}  // namespace kerrow

@@ -1,0 +1,95 @@
+// The upload loop of the worker: every cycle reads up to one 32768-byte block
+// of the source, hands it to SendUploadData and pads the cycle to 125 ms, so
+// an upload never runs faster than 262144 bytes a second.
+#include <tinyxml.h>
+
+#include <vector>
+
+#include "client/Client.h"
+#include "log/Log.h"
+#include "platform/Files.h"
+#include "protocol/MediaMessages.h"
+#include "protocol/Methods.h"
+#include "protocol/Replies.h"
+#include "util/TimeText.h"
+
+namespace kerrow {
+namespace {
+
+constexpr uint32_t kBlockSize = 32768;
+constexpr int32_t kCycleMs = 125;
+constexpr uint32_t kPaceSleepMs = 3;
+
+}  // namespace
+
+void Client::UploadLoop() {
+    std::vector<uint8_t> block(kBlockSize);
+    auto closeSource = [this] {
+        const int32_t file = fileHandle_.exchange(platform::kInvalidFileHandle);
+        if (file != platform::kInvalidFileHandle) platform::CloseFile(file);
+    };
+
+    while (!workerStopRequest_.load()) {
+        platform::GetLocalTime(&createdAt_);
+
+        uint32_t filled = 0;
+        int32_t lastRead = 0;
+        do {
+            lastRead =
+                platform::ReadFile(fileHandle_.load(), block.data() + filled, kBlockSize - filled);
+            if (lastRead > 0) filled += static_cast<uint32_t>(lastRead);
+        } while (lastRead > 0 && filled < kBlockSize);
+
+        if (SendUploadData(block.data(), filled) == -1) {
+            // The cycle still counts the block and looks for the end.
+            closeSource();
+            workerStopRequest_.store(true);
+        }
+        uploadSentBytes_.fetch_add(filled);
+
+        if (lastRead <= 0) {
+            // End of the file, or the file could not be read further.
+            closeSource();
+            workerStopRequest_.store(true);
+            if (uploadSentBytes_.load() == uploadTotalBytes_.load()) {
+                KLOG_INFO << "上传完成";
+                NotifyTerminal(true);
+                std::string notice;
+                BuildControlResponseMessage(kMethodUpload, transferTaskId_.load(), 0, notice);
+                Send(notice.data(), static_cast<int32_t>(notice.size()));
+            } else {
+                KLOG_INFO << "ReadFile error!";
+                NotifyTerminal(false);
+            }
+        }
+
+        // A zero wait makes a single read pass, which cannot complete a
+        // message: the poll consumes what the server sent and yields nothing.
+        if (std::unique_ptr<TiXmlDocument> reply = ReceiveXml(0)) {
+            int32_t method = 0;
+            int32_t code = 0;
+            ParseControlResponse(*reply, method, code);
+            if (code > 0) {
+                SetLastError(code);
+                platform::CloseFile(fileHandle_.exchange(platform::kInvalidFileHandle));
+                workerStopRequest_.store(true);
+                KLOG_INFO << "服务器端告知上传文件失败，错误码：" << code;
+            }
+        }
+
+        // Pad the cycle to 125 ms in short sleeps, leaving early on a stop.
+        platform::SystemTime paceStart;
+        platform::GetLocalTime(&paceStart);
+        const int32_t budget = kCycleMs - ElapsedMilliseconds(&createdAt_, &paceStart);
+        for (int32_t i = 0; i < budget; ++i) {
+            if (workerStopRequest_.load()) break;
+            platform::Sleep(kPaceSleepMs);
+            platform::SystemTime now;
+            platform::GetLocalTime(&now);
+            if (ElapsedMilliseconds(&paceStart, &now) >= budget) break;
+        }
+        UpdateActiveTime();
+    }
+}
+
+}  // namespace kerrow
