@@ -114,15 +114,12 @@ TEST_F(Download, StreamIsWrittenWithoutHeadsUntilTheEndNoticeClosesTheFile) {
     const std::string first("media\0one", 9);
     const std::string second(3000, '\x7f');
     server_.Push(0, Reply::Now(FrameMessage("01", header) + FrameMessage("02", first) +
-                               ControlMessage(512,
-                                              "    <ClientId>77</ClientId>\n"
-                                              "    <Position>40</Position>\n")));
+                               Progress(512, kTaskId, 40)));
     ASSERT_TRUE(Eventually([&] { return Position() == 40; }));
     EXPECT_EQ(header + first, ReadWhole("stream.bin"));
     EXPECT_TRUE(HeldOpen("stream.bin"));
 
-    server_.Push(0, Reply::Now(FrameMessage("04", second) +
-                               ControlMessage(510, "    <ClientId>77</ClientId>\n")));
+    server_.Push(0, Reply::Now(FrameMessage("04", second) + EndNotice(510, kTaskId)));
     ASSERT_TRUE(terminal.WaitFirst());
     EXPECT_EQ(header + first + second, ReadWhole("stream.bin"));
     EXPECT_FALSE(HeldOpen("stream.bin"));

@@ -18,17 +18,11 @@
 #include <vector>
 
 #include "client/ClientTesting.h"
+#include "support/TransferReplies.h"
 
 namespace kerrow::test {
 
 constexpr uint32_t kTaskId = 77;
-
-// The server accepts a transfer under its number for it.
-inline std::string StartReply(int method, uint32_t clientId, int code) {
-    return ControlMessage(method, "    <ClientId>" + std::to_string(clientId) +
-                                      "</ClientId>\n    <ControlResponse>\n        <Code>" +
-                                      std::to_string(code) + "</Code>\n    </ControlResponse>\n");
-}
 
 inline std::string ReadWhole(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
@@ -58,16 +52,6 @@ inline bool HeldOpen(const std::string& path) {
     }
     closedir(dir);
     return found;
-}
-
-// Polls a state that the worker changes, up to 5 seconds.
-inline bool Eventually(const std::function<bool()>& reached) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-    while (!reached()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
 }
 
 // Records the terminal callbacks of one transfer.

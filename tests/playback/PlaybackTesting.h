@@ -16,35 +16,16 @@
 #include <vector>
 
 #include "client/ClientTesting.h"
+#include "support/TransferReplies.h"
 
 namespace kerrow::test {
 
 constexpr uint32_t kTaskId = 4711;  // the server's ClientId of every transfer
 
-// The start reply: the transfer's ClientId (0: none) and the result code.
-inline std::string StartReply(int method, uint32_t clientId, int code) {
-    std::string lines;
-    if (clientId != 0) lines = "    <ClientId>" + std::to_string(clientId) + "</ClientId>\n";
-    return ControlMessage(method, lines + "    <ControlResponse>\n        <Code>" +
-                                      std::to_string(code) + "</Code>\n    </ControlResponse>\n");
-}
 inline std::string Progress(int method, int position) {
-    return ControlMessage(method, "    <ClientId>4711</ClientId>\n    <Position>" +
-                                      std::to_string(position) + "</Position>\n");
+    return test::Progress(method, kTaskId, position);
 }
-inline std::string EndNotice(int method) {
-    return ControlMessage(method, "    <ClientId>4711</ClientId>\n");
-}
-
-// Polls an observable condition until it holds or the time runs out.
-inline bool Eventually(const std::function<bool()>& condition, Millis timeout = TestServer::kWait) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() >= deadline) return false;
-        std::this_thread::sleep_for(Millis(2));
-    }
-    return true;
-}
+inline std::string EndNotice(int method) { return test::EndNotice(method, kTaskId); }
 
 // True once the library has read every byte that arrived on its connections
 // to the given server port: the receive queues in /proc/net/tcp are empty.
