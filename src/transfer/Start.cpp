@@ -81,7 +81,7 @@ int32_t Client::RunStart(const std::string& request, const TransferTexts& texts,
         }
         workerRunning_.store(true);
         transferHandle_.store(VideoManage::NextId());
-        *handle = transferHandle_.load();
+        if (handle != nullptr) *handle = transferHandle_.load();
         if (texts.started != nullptr) KLOG_INFO << texts.started;
     } else if (texts.notStarted != nullptr) {
         KLOG_INFO << texts.notStarted;
