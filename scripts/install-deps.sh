@@ -15,8 +15,12 @@ native=(
   g++-multilib clang libclang-rt-14-dev clang-format
   libtinyxml-dev libgtest-dev libbenchmark-dev
   liblog4cpp5v5
+  libsqlite3-dev nlohmann-json3-dev libcli11-dev
 )
 i386=(
   libtinyxml-dev:i386 libgtest-dev:i386 liblog4cpp5-dev:i386
+  # libsqlite3-dev:i386 cannot sit beside the multilib C headers; the i386
+  # build uses the amd64 package's headers and links this runtime by name.
+  libsqlite3-0:i386
 )
 apt-get install -y -q --no-install-recommends "${native[@]}" "${i386[@]}"
