@@ -80,7 +80,8 @@ bool ReadTaskQueryRequest(const TiXmlDocument& document, TaskQuery& query,
                           Problems* problems = nullptr);
 
 // Alarms and manual recording (109 to 112). The alarm's camera keeps its
-// name in cameraName; its PreRecord (always 0) goes to camera.preRecord.
+// name in cameraName; its PreRecord (always 0) goes to camera.preRecord. The
+// manual-recording start sets recordType 3, which its Method stands for.
 bool ReadAlarmRequest(const TiXmlDocument& document, AlarmRequest& alarm,
                       Problems* problems = nullptr);
 bool ReadStopAlarmRequest(const TiXmlDocument& document, CameraSelector& selector,
