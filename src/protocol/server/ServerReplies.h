@@ -4,6 +4,10 @@
 // print: declaration, ContentLength, ContentType, Method and Action, four
 // spaces of indent, "\n" line breaks. The client's readers (Replies.h,
 // PolicyMessages.h, FileMessages.h, the transfer loop) read them back.
+//
+// The client reads every number with a 32-bit atol: ClientIds, ids and sizes
+// above 2147483647 reach it as 2147483647, so a server hands out no larger
+// ones.
 #pragma once
 
 #include <cstddef>
