@@ -83,11 +83,14 @@ const uint8_t* GlyphRows(char c) {
 const uint8_t kBars[7][3] = {{180, 128, 128}, {162, 44, 142}, {131, 156, 44}, {112, 72, 58},
                              {84, 184, 198},  {65, 100, 212}, {35, 212, 114}};
 
-// Draws text on a black band whose top row is y, left-aligned at x = 4.
-void DrawText(const std::string& text, int y, uint8_t* luma) {
+// Draws white text on a black band whose top row is y (even), left-aligned
+// at x = 4.
+void DrawText(const std::string& text, int y, uint8_t* luma, uint8_t* cb, uint8_t* cr) {
     const int bandHeight = 7 * kScale + 4;
     for (int row = y; row < y + bandHeight && row < kPatternHeight; ++row) {
         std::memset(luma + row * kPatternWidth, 16, kPatternWidth);
+        std::memset(cb + row / 2 * kPatternWidth / 2, 128, kPatternWidth / 2);
+        std::memset(cr + row / 2 * kPatternWidth / 2, 128, kPatternWidth / 2);
     }
     int x = 4;
     for (char c : text) {
@@ -148,11 +151,11 @@ void DrawPatternFrame(const std::string& label, uint32_t index, uint8_t* planes)
             cr[y * kPatternWidth / 2 + x] = 128;
         }
     }
-    DrawText(label, 4, luma);
+    DrawText(label, 4, luma, cb, cr);
     const uint32_t second = index / kPatternFps;
     char clock[32];
     std::snprintf(clock, sizeof clock, "T+%02u:%02u", second / 60 % 100, second % 60);
-    DrawText(clock, kPatternHeight - 7 * kScale - 8, luma);
+    DrawText(clock, kPatternHeight - 7 * kScale - 8, luma, cb, cr);
 }
 
 bool WritePattern(const std::string& path, const std::string& label, uint32_t seconds,
