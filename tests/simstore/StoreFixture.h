@@ -48,3 +48,47 @@ class SimStoreTest : public ::testing::Test {
 };
 
 }  // namespace kerrow::sim::test
+
+namespace kerrow::sim::test {
+
+// One line per item, every field, for comparing whole query results.
+inline std::string Dump(const std::vector<PolicyEntry>& policies) {
+    std::string s;
+    for (const PolicyEntry& p : policies) {
+        s += std::to_string(p.policyId) + " " + p.cameraGuid + " " + std::to_string(p.recordType) +
+             " " + std::to_string(p.cronType) + " " + std::to_string(p.policyStatus) + " " +
+             p.createTime + " " + p.updateTime + " " + std::to_string(p.taskCount) + "\n";
+        for (const PolicyTaskItem& t : p.tasks) {
+            s += "  " + std::to_string(t.taskId) + " " + t.startYearMonth + " " +
+                 std::to_string(t.startDay) + " " + std::to_string(t.dayOfWeek) + " " +
+                 t.startTime + " " + t.endYearMonth + " " + std::to_string(t.endDay) + " " +
+                 t.endTime + " " + std::to_string(t.status) + "\n";
+        }
+    }
+    return s;
+}
+
+inline std::string Dump(const std::vector<TaskRecord>& tasks) {
+    std::string s;
+    for (const TaskRecord& t : tasks) {
+        s += std::to_string(t.taskId) + " " + t.cameraGuid + " " + t.alarmType + " " +
+             t.alarmDatetime + " " + std::to_string(t.recordType) + " " +
+             std::to_string(t.cronType) + " " + std::to_string(t.dayOfWeek) + " " +
+             t.startDatetime + " " + t.endDatetime + " " + t.fileName + " " +
+             std::to_string(t.fileSize) + " " + std::to_string(t.taskStatus) + "\n";
+    }
+    return s;
+}
+
+inline std::string Dump(const std::vector<FileEntry>& files) {
+    std::string s;
+    for (const FileEntry& f : files) {
+        s += std::to_string(f.fileId) + " " + f.cameraGuid + " " + f.alarmType + " " +
+             f.alarmDatetime + " " + std::to_string(f.recordType) + " " +
+             std::to_string(f.fileSize) + " " + f.startTime + " " + f.endTime + " " +
+             std::to_string(f.fileStatus) + " " + std::to_string(f.filePermission) + "\n";
+    }
+    return s;
+}
+
+}  // namespace kerrow::sim::test
