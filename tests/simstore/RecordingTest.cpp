@@ -9,7 +9,7 @@ namespace kerrow::sim::test {
 namespace {
 
 class SimRecordingTest : public SimStoreTest {
-protected:
+  protected:
     void SetUp() override {
         SimStoreTest::SetUp();
         ASSERT_EQ(store_->AddCamera(Camera("a"), now_), kStoreOk);
@@ -79,6 +79,13 @@ TEST_F(SimRecordingTest, AnAlarmRecordsUntilItsTimeIsUpThenItsFileIsListed) {
     EXPECT_EQ(files[0].alarmType, "motion");
     EXPECT_EQ(files[0].filePermission, kFileDeletable);
     EXPECT_EQ(FileBytes(store_->FilePath(files[0].fileId)), int64_t(PatternBytes(5)));
+
+    // A stop that comes after the time was up (no tick in between) ends the
+    // recording when it was due.
+    ASSERT_EQ(Alarm("a", 2, now_ + 20), kStoreOk);
+    ASSERT_EQ(store_->StopAlarm({"a"}, now_ + 30), kStoreOk);
+    ASSERT_EQ(Files().size(), 2u);
+    EXPECT_EQ(Files()[1].endTime, FormatWallTime(now_ + 22));
 }
 
 TEST_F(SimRecordingTest, StartsAndStopsOfEachKind) {
@@ -91,8 +98,8 @@ TEST_F(SimRecordingTest, StartsAndStopsOfEachKind) {
     };
     const int64_t t = now_;
     const Case cases[] = {
-        {"alarm of 0 s", [&] { return Alarm("a", 0, t); }, kStoreOk,
-         t + kDefaultRecordingSeconds, 0},
+        {"alarm of 0 s", [&] { return Alarm("a", 0, t); }, kStoreOk, t + kDefaultRecordingSeconds,
+         0},
         {"stop it at once", [&] { return store_->StopAlarm(CameraSelector{"a"}, t); }, kStoreOk,
          t + 1, 1},  // at least one second
         {"stop with nothing running", [&] { return store_->StopAlarm(CameraSelector{"a"}, t); },
@@ -102,17 +109,16 @@ TEST_F(SimRecordingTest, StartsAndStopsOfEachKind) {
         {"alarm beside it", [&] { return Alarm("a", 5, t + 11); }, kStoreOk, t + 16, 1},
         {"stop the manual one", [&] { return store_->StopManualRecording({"a"}, t + 14); },
          kStoreOk, t + 16, 2},
-        {"manual of an unknown camera", [&] { return Manual("x", 5, t); }, kUnknownCamera,
+        {"manual of an unknown camera", [&] { return Manual("x", 5, t); }, kUnknownCamera, t + 16,
+         2},
+        {"stop of an unknown camera", [&] { return store_->StopAlarm({"x"}, t); }, kUnknownCamera,
          t + 16, 2},
-        {"stop of an unknown camera", [&] { return store_->StopAlarm({"x"}, t); },
+        {"stop manual of an unknown camera", [&] { return store_->StopManualRecording({"x"}, t); },
          kUnknownCamera, t + 16, 2},
-        {"stop manual of an unknown camera",
-         [&] { return store_->StopManualRecording({"x"}, t); }, kUnknownCamera, t + 16, 2},
         {"alarm without camera", [&] { return Alarm("", 5, t); }, kBadRequest, t + 16, 2},
-        {"delete the camera", [&] { return store_->DeleteCamera("a", t + 12); }, kStoreOk, 0,
+        {"delete the camera", [&] { return store_->DeleteCamera("a", t + 12); }, kStoreOk, 0, 3},
+        {"delete it again", [&] { return store_->DeleteCamera("a", t + 12); }, kUnknownCamera, 0,
          3},
-        {"delete it again", [&] { return store_->DeleteCamera("a", t + 12); }, kUnknownCamera,
-         0, 3},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
