@@ -189,8 +189,9 @@ Session::Next Session::Handle(const ServerRequest& request, DecodeStatus status)
     if (status != DecodeStatus::Ok) {
         std::string why = DecodeStatusName(status);
         if (!request.problems.empty()) why += ": " + request.problems.front();
-        return Refuse(request, status == DecodeStatus::UnknownMethod ? int{kUnknownMethod} : int{kBadRequest},
-                      why);
+        return Refuse(
+            request, status == DecodeStatus::UnknownMethod ? int{kUnknownMethod} : int{kBadRequest},
+            why);
     }
     std::optional<FaultRule> fault;
     switch (request.kind) {
@@ -235,8 +236,7 @@ Session::Next Session::Handle(const ServerRequest& request, DecodeStatus status)
         BuildResultReply(request.method, code, reply);
         outcome.code = code;
         outcome.text = "not carried out";
-        if (fault->action == FaultAction::Code)
-            outcome.text += std::string(" [fault code]");
+        if (fault->action == FaultAction::Code) outcome.text += std::string(" [fault code]");
     }
     Next next = SendReply(reply, fault, &outcome);
     Record(request, outcome);

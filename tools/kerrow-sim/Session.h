@@ -13,14 +13,14 @@
 
 #include "Context.h"
 #include "Socket.h"
-#include "protocol/Methods.h"
 #include "protocol/FrameReader.h"
+#include "protocol/Methods.h"
 #include "protocol/server/ServerRequest.h"
 
 namespace kerrow::sim {
 
 class Session {
-public:
+  public:
     Session(Context& context, Socket socket, uint64_t number, std::string peer);
     void Run();
     // From another thread: ends the connection, so Run returns soon.
@@ -28,7 +28,7 @@ public:
     bool Done() const { return done_.load(); }
     uint64_t Number() const { return number_; }
 
-private:
+  private:
     // The outcome of one request, for the log line and the journal.
     struct Outcome {
         bool replied = false;

@@ -65,8 +65,8 @@ bool Session::SendMedia(const std::string& bytes) {
             return false;
         }
         context_.Log("conn " + std::to_string(number_) + " [fault stall] " +
-                     std::to_string(mediaFault_->ms) + " ms after " +
-                     std::to_string(mediaBytes_) + " bytes");
+                     std::to_string(mediaFault_->ms) + " ms after " + std::to_string(mediaBytes_) +
+                     " bytes");
         Sleep(mediaFault_->ms);
         if (!Send(bytes.substr(first))) return false;
         mediaBytes_ += bytes.size() - first;
@@ -101,7 +101,8 @@ Session::Next Session::Backup(const ServerRequest& start, const std::optional<Fa
     for (int position = 0; position < 100; position += 10) {
         std::string notice;
         BuildProgressNotice(kMethodBackupProgress, clientId_, position, notice);
-        if (!Send(notice)) return (EndTransfer(start.method, "connection lost", 0, false), Next::Close);
+        if (!Send(notice))
+            return (EndTransfer(start.method, "connection lost", 0, false), Next::Close);
         ServerRequest request;
         DecodeStatus status;
         if (Poll(50, &request, &status) && request.kind == RequestKind::StopBackup) {
@@ -157,8 +158,8 @@ Session::Next Session::Upload(const ServerRequest& start, const std::optional<Fa
         if (status == DecodeStatus::Ok && request.kind == RequestKind::UploadData) {
             // Bytes beyond the announced size are counted, not stored.
             if (received < announced)
-                file.write(request.data, static_cast<std::streamsize>(
-                                             std::min<uint64_t>(request.dataSize, announced - received)));
+                file.write(request.data, static_cast<std::streamsize>(std::min<uint64_t>(
+                                             request.dataSize, announced - received)));
             received += request.dataSize;
             continue;
         }
@@ -173,8 +174,8 @@ Session::Next Session::Upload(const ServerRequest& start, const std::optional<Fa
         }
         file.close();
         int result = kUploadIncomplete;
-        std::string text = "received " + std::to_string(received) + " of " +
-                           std::to_string(announced) + " bytes";
+        std::string text =
+            "received " + std::to_string(received) + " of " + std::to_string(announced) + " bytes";
         FileEntry entry;
         if (received == announced && file) {
             result = context_.store->AddUploadedFile(upload, path, WallClockNow(), &entry);
