@@ -36,9 +36,10 @@ TEST_F(SimFaults, EachRuleShowsInTheLibrarysResult) {
         {"code", R"([{"method":100,"action":"code","code":5}])", 99,
          [](SimTest&, uint32_t c, const std::string&) { return Kerrow_AddDevice(c); }},
         {"code on a start", R"([{"method":510,"action":"code","code":7}])", 350,
-         [](SimTest&, uint32_t c, const std::string& f) {
+         [](SimTest& s, uint32_t c, const std::string& f) {
              uint32_t h = 0;
-             return Kerrow_StartVideoDownLoad_F(c, f.c_str(), "refused.bin", &h);
+             return Kerrow_StartVideoDownLoad_F(c, f.c_str(), (s.Dir() + "/refused.bin").c_str(),
+                                                &h);
          }},
         {"delay within the wait", R"([{"method":600,"action":"delay","ms":300}])", 0,
          [](SimTest&, uint32_t c, const std::string&) { return ListFiles(c); }},
@@ -100,7 +101,8 @@ TEST_F(SimFaults, TransfersStallAndAreCut) {
     ASSERT_TRUE(sim_->SetFaults(R"([{"method":510,"action":"cut","after_bytes":100000}])", &error));
     uint32_t c = Connect("cam-s");
     uint32_t handle = 0;
-    ASSERT_EQ(0, Kerrow_StartVideoDownLoad_F(c, name.c_str(), "cut.bin", &handle));
+    ASSERT_EQ(
+        0, Kerrow_StartVideoDownLoad_F(c, name.c_str(), (dataDir_ + "/cut.bin").c_str(), &handle));
     Received received;
     ASSERT_EQ(0, Kerrow_SetVideoDownLoadTerminalCallBack(c, handle, &Received::OnEnd, &received));
     ASSERT_TRUE(WaitUntil(
@@ -109,7 +111,7 @@ TEST_F(SimFaults, TransfersStallAndAreCut) {
     uint32_t position = 0;
     Kerrow_GetVideoDownLoadPos(c, handle, &position);
     EXPECT_LT(position, 100u);
-    EXPECT_LT(ReadFile("cut.bin").size(), 100000u);
+    EXPECT_LT(ReadFile(dataDir_ + "/cut.bin").size(), 100000u);
 }
 
 // Sends raw bytes on a socket of its own and returns what came back until
@@ -178,7 +180,7 @@ TEST_F(SimFaults, TwoHundredDownloadsAtOnceAreByteExact) {
     std::vector<uint32_t> links(kDownloads);
     for (int i = 0; i < kDownloads; ++i) {
         links[i] = Connect("cam-m");
-        std::string path = "many-" + std::to_string(i);
+        std::string path = dataDir_ + "/many-" + std::to_string(i);
         ASSERT_EQ(0,
                   Kerrow_StartVideoDownLoad_F(links[i], name.c_str(), path.c_str(), &handles[i]));
     }
@@ -188,7 +190,7 @@ TEST_F(SimFaults, TwoHundredDownloadsAtOnceAreByteExact) {
             Kerrow_GetVideoDownLoadPos(links[i], handles[i], &position);
             return position == 100;
         })) << i;
-        EXPECT_TRUE(ReadFile("many-" + std::to_string(i)) == bytes) << i;
+        EXPECT_TRUE(ReadFile(dataDir_ + "/many-" + std::to_string(i)) == bytes) << i;
     }
 }
 

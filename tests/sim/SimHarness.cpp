@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -91,6 +92,8 @@ void SimTest::TearDown() {
     connections_.clear();
     Kerrow_Release();
     StopSim();
+    std::error_code ignored;
+    std::filesystem::remove_all(dataDir_, ignored);
 }
 
 void SimTest::StartSim(bool seed, const std::string& faults) {

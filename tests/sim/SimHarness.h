@@ -48,6 +48,9 @@ struct Received {
 };
 
 class SimTest : public ::testing::Test {
+  public:
+    const std::string& Dir() const { return dataDir_; }
+
   protected:
     void SetUp() override;
     void TearDown() override;

@@ -42,10 +42,11 @@ TEST_F(SimTransfer, DownloadsAFileAndASpanByteExact) {
 TEST_F(SimTransfer, UploadedFileIsCataloguedAndDownloadsBackIdentical) {
     StartSim(true);
     const std::string bytes = Noise(70000, 2);
-    WriteFile("upload.bin", bytes);
+    const std::string source = dataDir_ + "/upload.bin";
+    WriteFile(source, bytes);
     uint32_t c = Connect("uploader");
     UploadFileInfo info{};
-    std::strcpy(info.FilePath, "upload.bin");
+    std::strncpy(info.FilePath, source.c_str(), sizeof info.FilePath - 1);
     info.StartTime = Now(-20);
     info.EndTime = Now(-10);
     std::strcpy(info.Label, "cam-2");

@@ -18,6 +18,7 @@ using Fields = std::vector<std::pair<std::string, std::string>>;
 struct JournalEntry {
     uint64_t connection = 0;
     int method = -1;       // -1: no Method could be read
+    std::string kind;      // the request's name ("AddDevice", "Download", ...)
     std::string event;     // "request" or "transfer"
     Fields fields;         // the request's leaf elements, path then text
     bool replied = false;  // a reply (or notice) carrying code was sent

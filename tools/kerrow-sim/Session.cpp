@@ -125,6 +125,7 @@ void Session::Record(const ServerRequest& request, const Outcome& outcome) {
     JournalEntry entry;
     entry.connection = number_;
     entry.method = request.method;
+    entry.kind = RequestKindName(request.kind);
     entry.event = "request";
     entry.fields = request.fields;
     entry.replied = outcome.replied;

@@ -78,7 +78,8 @@ class Session {
     std::optional<FaultRule> mediaFault_;  // stall or cut of the running transfer
     bool mediaFaultDone_ = false;
     uint64_t mediaBytes_ = 0;
-    uint32_t clientId_ = 0;  // the running transfer's number
+    uint32_t clientId_ = 0;     // the running transfer's number
+    std::string transferKind_;  // and its request's name
 };
 
 // The camera a request is about, for fault rules and the log; "" when none.

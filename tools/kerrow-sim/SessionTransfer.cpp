@@ -15,6 +15,7 @@ bool Session::AnswerStart(const ServerRequest& start, const std::optional<FaultR
                           int code, const std::string& text) {
     Outcome outcome;
     outcome.text = text;
+    transferKind_ = RequestKindName(start.kind);
     std::optional<FaultRule> replyFault;
     mediaFault_.reset();
     mediaFaultDone_ = false;
@@ -81,6 +82,7 @@ void Session::EndTransfer(int method, const std::string& outcome, uint64_t bytes
     JournalEntry entry;
     entry.connection = number_;
     entry.method = method;
+    entry.kind = transferKind_;
     entry.event = "transfer";
     entry.fields.emplace_back("ClientId", std::to_string(clientId_));
     entry.replied = replied;
