@@ -166,6 +166,9 @@ TEST_F(SimRecordingTest, ARestartFindsEverythingAsItWas) {
     ASSERT_EQ(store_->QueryTasks(TaskQuery{0, "", -1, -1}, &tasks), kStoreOk);
     const std::string before = Dump(policies) + Dump(tasks) + Dump(Files());
     const size_t cameras = store_->Cameras().size();
+    std::string error;
+    EXPECT_EQ(Store::Open(dir_, &error), nullptr) << "a second store on the same directory";
+    EXPECT_NE(error, "");
 
     Reopen();
     policies.clear();

@@ -3,9 +3,11 @@
 // the catalogue of stored files with their media bytes.
 //
 // Everything lives under one data directory: the SQLite database "store.db"
-// (WAL journal) and the media files under "media/", one file per catalogue
-// entry, named by its twelve-digit stored file name plus ".y4m". A store
-// opened again on the same directory finds everything as it was left.
+// (WAL journal), the media files under "media/", one file per catalogue
+// entry, named by its twelve-digit stored file name plus ".y4m" (uploads
+// keep whatever bytes were uploaded), and uploads in progress under
+// "incoming/". A store opened again on the same directory finds everything
+// as it was left.
 //
 // Thread safety: every public member function may be called from any number
 // of threads at once; one mutex serialises them, so each call is atomic
@@ -77,7 +79,8 @@ struct StoredFile {
 class Store {
   public:
     // Opens (creating when needed) the store in dataDir. nullptr on failure,
-    // with the reason in *error when error is not null.
+    // with the reason in *error when error is not null; a data directory
+    // that another open store (of any process) holds is refused.
     static std::unique_ptr<Store> Open(const std::string& dataDir, std::string* error);
     ~Store();
     Store(const Store&) = delete;
