@@ -90,6 +90,13 @@ TEST_F(SimControl, CamerasPoliciesAndTasksEndToEnd) {
 
     EXPECT_EQ(0, Kerrow_DelDevice(c));
     EXPECT_EQ(100, Kerrow_RecordPolicy_Start(c, &policy)) << "the camera is gone";
+
+    // The journal shows each request with its decoded fields and its Code.
+    const std::string journal = ReadFile(journal_);
+    EXPECT_NE(std::string::npos,
+              journal.find(R"("method":100,"kind":"AddDevice","fields":{"Control/Camera/GUID":)"
+                           R"("cam-p")"));
+    EXPECT_NE(std::string::npos, journal.find(R"("code":2,"outcome":"unknown camera")"));
 }
 
 // An alarm and a manual recording each run a recording task that the task

@@ -35,7 +35,8 @@ TEST_F(SimFaults, EachRuleShowsInTheLibrarysResult) {
     const std::vector<FaultCase> cases = {
         {"code", R"([{"method":100,"action":"code","code":5}])", 99,
          [](SimTest&, uint32_t c, const std::string&) { return Kerrow_AddDevice(c); }},
-        {"code on a start", R"([{"method":510,"action":"code","code":7}])", 350,
+        {"code on a start by a camera's file",
+         R"([{"method":510,"camera":"cam-1","action":"code","code":7}])", 350,
          [](SimTest& s, uint32_t c, const std::string& f) {
              uint32_t h = 0;
              return Kerrow_StartVideoDownLoad_F(c, f.c_str(), (s.Dir() + "/refused.bin").c_str(),
@@ -158,8 +159,9 @@ TEST_F(SimFaults, GarbageFromOneClientDoesNotDisturbOthers) {
             answer = RawExchange(sim_->Port(), Framed("00", "<Method>999</Method>\n<Action />\n"),
                                  &closed);
             EXPECT_NE(std::string::npos, answer.find("<Code>9</Code>")) << answer;
-            RawExchange(sim_->Port(), std::string(300, 'x'), &closed);
+            answer = RawExchange(sim_->Port(), std::string(300, 'x'), &closed);
             EXPECT_TRUE(closed) << "unframed bytes end the connection";
+            EXPECT_NE(std::string::npos, answer.find("<Code>1</Code>")) << answer;
             RawExchange(sim_->Port(), Framed("00", "<Method>510</Method>\n<Action>\n"), &closed);
         }
     });

@@ -48,6 +48,8 @@ class Session {
     void Record(const ServerRequest& request, const Outcome& outcome);
 
     Next Handle(const ServerRequest& request, DecodeStatus status);
+    // The camera of a transfer start, for the fault rules.
+    std::string TransferCamera(const ServerRequest& request) const;
     // Answers a request that cannot be carried out with a positive Code.
     Next Refuse(const ServerRequest& request, int code, const std::string& why);
     Outcome Control(const ServerRequest& request, std::string* reply);
@@ -75,6 +77,7 @@ class Session {
     FrameReader reader_{kServerRequestLimits};
     std::atomic<bool> done_{false};
     bool closed_ = false;
+    bool framingLost_ = false;             // length digits out of range: answer, then close
     std::optional<FaultRule> mediaFault_;  // stall or cut of the running transfer
     bool mediaFaultDone_ = false;
     uint64_t mediaBytes_ = 0;

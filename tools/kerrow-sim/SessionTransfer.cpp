@@ -153,7 +153,7 @@ Session::Next Session::Upload(const ServerRequest& start, const std::optional<Fa
     const uint64_t announced = static_cast<uint64_t>(upload.FileSize);
     uint64_t received = 0;
     std::string outcome = "connection lost";
-    while (!closed_ && !context_.stopping.load()) {
+    while (!closed_ && !framingLost_ && !context_.stopping.load()) {
         ServerRequest request;
         DecodeStatus status;
         if (!Poll(250, &request, &status)) continue;
