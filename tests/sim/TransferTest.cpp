@@ -153,5 +153,32 @@ TEST_F(SimTransfer, PlaysASpanFastFileAfterFile) {
     EXPECT_EQ(files.size(), headers);
 }
 
+// A stopped playback and a client that disconnects in the middle of one end
+// their own transfer; the simulator journals why.
+TEST_F(SimTransfer, StoppedAndVanishedPlaybacksEndTheirTransferOnly) {
+    StartSim(true);
+    const std::string name = Name(Files(Connect("cam-1"), "cam-1", 1).front());
+    auto occurrences = [&](const std::string& text) {
+        std::string journal = ReadFile(journal_);
+        size_t count = 0;
+        for (size_t at = journal.find(text); at != std::string::npos;
+             at = journal.find(text, at + 1))
+            ++count;
+        return count;
+    };
+    uint32_t stopped = Connect("cam-1");
+    uint32_t vanished = Connect("cam-1");
+    uint32_t handle = 0, other = 0;
+    ASSERT_EQ(0, Kerrow_StartVideoPlay_F(stopped, name.c_str(), &handle));
+    ASSERT_EQ(0, Kerrow_StartVideoPlay_F(vanished, name.c_str(), &other));
+    EXPECT_EQ(0, Kerrow_StopVideoPlay(stopped, handle));
+    EXPECT_TRUE(
+        WaitUntil([&] { return occurrences(R"("outcome":"stopped by the client")") == 1; }));
+    EXPECT_EQ(0, Kerrow_Disconnect(vanished));
+    connections_.pop_back();
+    EXPECT_TRUE(WaitUntil([&] { return occurrences(R"("outcome":"connection lost")") == 1; }));
+    EXPECT_TRUE(Download(name) == StoredBytes(name)) << "the simulator serves on";
+}
+
 }  // namespace
 }  // namespace kerrow::simtest
