@@ -67,6 +67,8 @@ class Session {
     // Media bytes of a transfer go through here: the stall and cut rules
     // count them.
     bool SendMedia(const std::string& bytes);
+    // False for a request that names another transfer by its ClientId.
+    bool OfThisTransfer(const ServerRequest& request) const;
     void Sleep(int ms);
     void EndTransfer(int method, const std::string& outcome, uint64_t bytes, bool replied);
 

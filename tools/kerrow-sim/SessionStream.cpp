@@ -125,6 +125,10 @@ Session::Next Session::Stream(const ServerRequest& start, const std::optional<Fa
                 Refuse(request, kBadRequest, DecodeStatusName(status));
                 continue;
             }
+            if (!OfThisTransfer(request)) {
+                Refuse(request, kNoSuchTransfer, "another transfer's ClientId");
+                continue;
+            }
             if (request.kind == RequestKind::StopPlay ||
                 request.kind == RequestKind::StopDownload) {
                 Record(request, Outcome{false, 0, "stopped"});

@@ -50,6 +50,10 @@ bool Session::AnswerStart(const ServerRequest& start, const std::optional<FaultR
     return accepted && !closed_;
 }
 
+bool Session::OfThisTransfer(const ServerRequest& request) const {
+    return !request.hasClientId || request.clientId == clientId_;
+}
+
 bool Session::SendMedia(const std::string& bytes) {
     if (mediaFault_ && !mediaFaultDone_ && mediaBytes_ + bytes.size() > mediaFault_->afterBytes) {
         size_t first = mediaFault_->afterBytes > mediaBytes_
@@ -163,6 +167,10 @@ Session::Next Session::Upload(const ServerRequest& start, const std::optional<Fa
                 file.write(request.data, static_cast<std::streamsize>(std::min<uint64_t>(
                                              request.dataSize, announced - received)));
             received += request.dataSize;
+            continue;
+        }
+        if (status == DecodeStatus::Ok && !OfThisTransfer(request)) {
+            Refuse(request, kNoSuchTransfer, "another transfer's ClientId");
             continue;
         }
         if (status == DecodeStatus::Ok && request.kind == RequestKind::StopUpload) {
