@@ -18,12 +18,14 @@ else
 fi
 
 cmake --preset native >/dev/null
-cmake --build --preset native -j2 --target bench_control bench_log bench_transfer bench_playbacks
+cmake --build --preset native -j2 --target bench_control bench_exchange_parts bench_log \
+    bench_transfer bench_playbacks
 
 bin=build/native/bench
 out=$(mktemp)
 trap 'rm -f "$out"' EXIT
 "$bin/bench_control" --benchmark_repetitions=$repetitions | tee -a "$out"
+"$bin/bench_exchange_parts" --benchmark_min_time=0.2 | tee -a "$out"
 "$bin/bench_log" --benchmark_min_time=0.2 | tee -a "$out"
 "$bin/bench_transfer" $bytes $runs | tee -a "$out"
 "$bin/bench_playbacks" 200 $window | tee -a "$out"
