@@ -153,9 +153,10 @@ int main(int argc, char** argv) {
     if (!ok) return 3;
     std::printf(
         "RESULT playbacks count=%d rss_before_MiB=%.1f rss_silent_MiB=%.1f rss_streaming_MiB=%.1f "
-        "silent_cpu_pct=%.2f paused_cpu_pct=%.2f streaming_cpu_pct=%.2f "
+        "rss_per_playback_KiB=%.1f silent_cpu_pct=%.2f paused_cpu_pct=%.2f streaming_cpu_pct=%.2f "
         "streaming_MBps_each=%.3f target_silent_pct_max=2 target_paused_pct_max=1\n",
-        count, MiB(rssBefore), MiB(rssSilent), MiB(rssStreaming), silent.cpuPercent,
-        paused.cpuPercent, streaming.cpuPercent, streaming.deliveredMBps / count);
+        count, MiB(rssBefore), MiB(rssSilent), MiB(rssStreaming),
+        static_cast<double>(rssStreaming - rssBefore) / count, silent.cpuPercent, paused.cpuPercent,
+        streaming.cpuPercent, streaming.deliveredMBps / count);
     return 0;
 }
