@@ -32,4 +32,4 @@ trap 'rm -f "$out"' EXIT
 
 echo
 echo "load average: $(cut -d' ' -f1-3 /proc/loadavg) on $(nproc) cores"
-grep '^RESULT ' "$out"
+grep -o 'RESULT .*' "$out"
