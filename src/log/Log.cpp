@@ -3,9 +3,9 @@
 
 #include <atomic>
 #include <log4cpp/Category.hh>
-#include <log4cpp/PatternLayout.hh>
 #include <log4cpp/RollingFileAppender.hh>
 
+#include "log/LineLayout.h"
 #include "platform/Files.h"
 #include "platform/Sync.h"
 
@@ -68,8 +68,9 @@ int ConfigureLogging(State& state) {
     if (state.category.load(std::memory_order_acquire) != nullptr) return 0;
     if (!IsDirectory(state.filePath) && MakeLogDirectories(state.filePath) == 0) return 0;
 
-    auto* layout = new log4cpp::PatternLayout();
-    layout->setConversionPattern("%d [%t] %p - %m%n");
+    // The lines of log4cpp's PatternLayout with "%d [%t] %p - %m%n", made
+    // cheaper (LineLayout.h).
+    auto* layout = new LineLayout();
     auto* appender = new RollingFile(platform::NativePath(state.filePath));
     appender->setLayout(layout);
 

@@ -10,8 +10,8 @@
 // given at the call site, never taken from the compiler.
 #pragma once
 
+#include <charconv>
 #include <cstdint>
-#include <sstream>
 #include <string>
 
 namespace kerrow::log {
@@ -24,44 +24,54 @@ void SetNames(const char* categoryName, const char* filePath);
 // Writes one message at the priority, configuring the log on first use.
 void Write(Priority priority, const std::string& message);
 
+// The pieces of one line, appended as a default-formatted output stream
+// would print them (a null text, like a stream's bad state, ends the line's
+// text there), without the stream's construction on every line.
 class Line {
   public:
-    explicit Line(Priority priority) : priority_(priority) {}
-    ~Line() { Write(priority_, stream_.str()); }
+    explicit Line(Priority priority) : priority_(priority) { text_.reserve(kReserve); }
+    ~Line() { Write(priority_, text_); }
     Line(const Line&) = delete;
     Line& operator=(const Line&) = delete;
 
     Line& operator<<(const char* text) {
-        stream_ << text;
+        if (text == nullptr) {
+            bad_ = true;
+        } else if (!bad_) {
+            text_ += text;
+        }
         return *this;
     }
     Line& operator<<(const std::string& text) {
-        stream_ << text;
+        if (!bad_) text_ += text;
         return *this;
     }
     // Numbers are printed as numbers, never as characters.
-    Line& operator<<(int8_t v) { return Signed(v); }
-    Line& operator<<(uint8_t v) { return Unsigned(v); }
-    Line& operator<<(int16_t v) { return Signed(v); }
-    Line& operator<<(uint16_t v) { return Unsigned(v); }
-    Line& operator<<(int v) { return Signed(v); }
-    Line& operator<<(unsigned v) { return Unsigned(v); }
-    Line& operator<<(long v) { return Signed(v); }
-    Line& operator<<(unsigned long v) { return Unsigned(v); }
-    Line& operator<<(long long v) { return Signed(v); }
-    Line& operator<<(unsigned long long v) { return Unsigned(v); }
+    Line& operator<<(int8_t v) { return Number(static_cast<long long>(v)); }
+    Line& operator<<(uint8_t v) { return Number(static_cast<unsigned long long>(v)); }
+    Line& operator<<(int16_t v) { return Number(static_cast<long long>(v)); }
+    Line& operator<<(uint16_t v) { return Number(static_cast<unsigned long long>(v)); }
+    Line& operator<<(int v) { return Number(static_cast<long long>(v)); }
+    Line& operator<<(unsigned v) { return Number(static_cast<unsigned long long>(v)); }
+    Line& operator<<(long v) { return Number(static_cast<long long>(v)); }
+    Line& operator<<(unsigned long v) { return Number(static_cast<unsigned long long>(v)); }
+    Line& operator<<(long long v) { return Number(v); }
+    Line& operator<<(unsigned long long v) { return Number(v); }
 
   private:
-    Line& Signed(long long v) {
-        stream_ << v;
-        return *this;
-    }
-    Line& Unsigned(unsigned long long v) {
-        stream_ << v;
+    static constexpr size_t kReserve = 256;
+
+    template <typename T>
+    Line& Number(T v) {
+        if (bad_) return *this;
+        char digits[24];
+        const std::to_chars_result end = std::to_chars(digits, digits + sizeof(digits), v);
+        text_.append(digits, end.ptr);
         return *this;
     }
     Priority priority_;
-    std::ostringstream stream_;
+    bool bad_ = false;
+    std::string text_;
 };
 
 // The log file's path as the library names it.

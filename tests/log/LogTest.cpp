@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cstdint>
 #include <regex>
+#include <sstream>
 #include <string>
 
 #include "log/Log.h"
@@ -40,6 +42,23 @@ TEST(Log, FirstStatementCreatesTheDirectoryAndWritesBothShapes) {
               messages[1]);
     EXPECT_NE(std::string::npos, log.find("] ERROR - TcpsocketLink::Connect"));
     EXPECT_EQ(" value:-1,7,-5", messages[2]) << "small numbers print as numbers";
+}
+
+TEST(Log, PiecesPrintAsADefaultStreamPrintsThem) {
+    const char* none = nullptr;
+    std::ostringstream expected;
+    expected << " " << INT64_MIN << "," << UINT64_MAX << "," << int8_t{-128} + 0 << ","
+             << uint16_t{65535} << "," << 0 << "," << -2147483647 - 1 << "," << 4294967295u
+             << std::string("a\0b", 3);
+    KLOG_INFO << int64_t{INT64_MIN} << "," << uint64_t{UINT64_MAX} << "," << int8_t{-128} << ","
+              << uint16_t{65535} << "," << 0 << "," << int32_t{-2147483647 - 1} << ","
+              << uint32_t{4294967295u} << std::string("a\0b", 3);
+    // A null text ends the message there, as it puts a stream in its bad state.
+    KLOG_INFO << "kept" << none << "dropped" << 5;
+    const auto messages = LogMessages();
+    ASSERT_EQ(2u, messages.size());
+    EXPECT_EQ(expected.str(), messages[0]);
+    EXPECT_EQ(" kept", messages[1]);
 }
 
 TEST(Log, ChineseTextsReachTheFileAsGbkBytes) {
