@@ -15,6 +15,7 @@
 #include "platform/Files.h"
 #include "protocol/Elements.h"
 #include "protocol/Envelope.h"
+#include "protocol/FrameReader.h"
 #include "protocol/Methods.h"
 #include "protocol/Replies.h"
 #include "transfer/WorkerScope.h"
@@ -23,8 +24,10 @@
 namespace kerrow {
 namespace {
 
-constexpr size_t kMessageBufferSize = 40960;  // the largest message accepted
-constexpr uint32_t kIdleWaitMs = 10;          // after a read that found nothing
+// One read takes whatever the socket holds, up to this much; the frame
+// reader cuts the messages out of it.
+constexpr size_t kReadAheadBytes = 256 * 1024;
+constexpr uint32_t kIdleWaitMs = 10;  // after a read that found nothing
 constexpr uint32_t kPauseIdleMs = 1;
 constexpr int64_t kSilenceSeconds = 30;  // a message body that stalls this long ends the transfer
 
@@ -55,11 +58,13 @@ enum class Handled {
 }  // namespace
 
 void Client::ReceiveLoop() {
-    std::unique_ptr<char[]> buffer(new char[kMessageBufferSize]);
-    long received = 0;
+    // Bytes read ahead are dropped with the reader when the loop ends (the
+    // end notice, a stop, a failure), as the closed socket's would be.
+    FrameReader reader(kTransferLimits);
+    reader.Reserve(kReadAheadBytes);
+    const char* message = nullptr;  // the complete message being handled
     long total = 0;
-    bool headComplete = false;
-    bool messageComplete = false;
+    bool held = false;  // the message waits, whole, to be handled again
     HeaderHold header;
 
     auto stopWithLinkClosed = [this] {
@@ -87,7 +92,7 @@ void Client::ReceiveLoop() {
     // other reply, which acknowledges every waiting play control at once.
     auto handleNotice = [&]() -> Handled {
         TiXmlDocument document;
-        if (!ParseDocument(buffer.get(), static_cast<size_t>(total), document)) {
+        if (!ParseDocument(message, static_cast<size_t>(total), document)) {
             return Handled::Hold;
         }
         const int32_t method = ReadMethod(document);
@@ -191,8 +196,8 @@ void Client::ReceiveLoop() {
     };
 
     auto handleMessage = [&]() -> Handled {
-        const int contentType = ReadContentType(buffer.get(), static_cast<size_t>(total));
-        const auto* payload = reinterpret_cast<const uint8_t*>(buffer.get()) + kDataHeadSize;
+        const int contentType = ReadContentType(message, static_cast<size_t>(total));
+        const auto* payload = reinterpret_cast<const uint8_t*>(message) + kDataHeadSize;
         const uint32_t length = total > static_cast<long>(kDataHeadSize)
                                     ? static_cast<uint32_t>(total) - kDataHeadSize
                                     : 0;
@@ -217,56 +222,69 @@ void Client::ReceiveLoop() {
             continue;
         }
 
-        if (!headComplete) {
-            const int32_t n = connection_->Read(buffer.get() + received,
-                                                static_cast<int32_t>(kHeadReadSize - received));
-            if (n < 0) {
-                workerStopRequest_.store(true);
-                KLOG_INFO << "接收错误 Receive headdata return -1";
-                SetLastError(kResultBadReply);
-                if (!connection_->IsClosed()) connection_->Close();
-                continue;
-            }
-            received += n;
-            if (received < static_cast<long>(kHeadReadSize)) {
-                // Silence between messages is not timed.
-                if (n == 0) connection_->WaitReadable(kIdleWaitMs);
-                continue;
-            }
-            const HeadCheck check = InspectHead(buffer.get(), kHeadReadSize, kTransferLimits);
-            total = check.total;
-            if (!check.accepted) {
-                stopWithLinkClosed();
-                KLOG_INFO << "接收错误 totallen：" << total;
-                continue;
-            }
-            headComplete = true;
-        } else {
-            // A held message asks for zero bytes here; the link decides
-            // whether that keeps it held or ends the transfer.
-            const int32_t n =
-                connection_->Read(buffer.get() + received, static_cast<int32_t>(total - received));
-            if (n < 0) {
+        if (held) {
+            // The held message is looked at again; nothing more is read
+            // meanwhile. The link decides what a read of no bytes answers.
+            if (connection_->Read(nullptr, 0) < 0) {
                 SetLastError(kResultNetwork);
                 workerStopRequest_.store(true);
                 KLOG_INFO << "接收错误 Receive bodydata return -1";
                 if (!connection_->IsClosed()) connection_->Close();
                 continue;
             }
-            received += n;
-            if (received == total) messageComplete = true;
-            if (n == 0) connection_->WaitReadable(kIdleWaitMs);
+            platform::Sleep(kIdleWaitMs);
+        } else {
+            // Messages already read ahead are handled before anything more
+            // is read, one a pass.
+            FrameReader::Result next = reader.Next();
+            if (next == FrameReader::Result::NeedMore) {
+                const bool headComplete = reader.Buffered() >= kHeadReadSize;
+                char* space = nullptr;
+                const size_t room = reader.Prepare(kReadAheadBytes, &space);
+                const int32_t n = connection_->Read(space, static_cast<int32_t>(room));
+                if (n < 0) {
+                    if (headComplete) {
+                        SetLastError(kResultNetwork);
+                        workerStopRequest_.store(true);
+                        KLOG_INFO << "接收错误 Receive bodydata return -1";
+                    } else {
+                        workerStopRequest_.store(true);
+                        KLOG_INFO << "接收错误 Receive headdata return -1";
+                        SetLastError(kResultBadReply);
+                    }
+                    if (!connection_->IsClosed()) connection_->Close();
+                    continue;
+                }
+                reader.Commit(static_cast<size_t>(n));
+                next = reader.Next();
+                if (next == FrameReader::Result::NeedMore) {
+                    if (n == 0) connection_->WaitReadable(kIdleWaitMs);
+                    // Silence between messages is not timed; a stalled body is.
+                    if (reader.Buffered() < kHeadReadSize) continue;
+                }
+            }
+            if (next == FrameReader::Result::Rejected) {
+                total = reader.Total();
+                stopWithLinkClosed();
+                KLOG_INFO << "接收错误 totallen：" << total;
+                continue;
+            }
+            if (next == FrameReader::Result::Message) {
+                message = reader.Message();
+                total = reader.Total();
+            } else {
+                message = nullptr;
+            }
         }
 
-        if (messageComplete) {
+        if (message != nullptr) {
             const Handled handled = handleMessage();
             if (handled == Handled::Exit) return;
-            if (handled == Handled::Hold) continue;  // not timed either
+            held = handled == Handled::Hold;
+            if (held) continue;  // not timed either
             UpdateActiveTime();
-            headComplete = false;
-            messageComplete = false;
+            message = nullptr;
             total = 0;
-            received = 0;
         }
 
         if (Now64() - lastActive_.load() >= kSilenceSeconds) {
