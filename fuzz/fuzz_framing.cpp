@@ -7,9 +7,9 @@
 // than what arrived.
 #include <tinyxml.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>

@@ -2,10 +2,10 @@
 // with 11, and once a connection has timed out its later failures report 11
 // as well. Each case waits out the real time-out, so each is a test of its
 // own and the first runs all operations at once on separate connections.
+#include <sys/resource.h>
+
 #include <chrono>
 #include <future>
-
-#include <sys/resource.h>
 
 #include "client/ClientTesting.h"
 

@@ -16,9 +16,10 @@ namespace {
 // A message: the 110-byte head with the given type digits, then the body;
 // the total stamped at offset 55 unless digits are given.
 std::string Frame(const std::string& type, const std::string& body, const char* digits = nullptr) {
-    std::string message = "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n"
-                          "<ContentLength>00000000</ContentLength>\n<ContentType>" +
-                          type + "</ContentType>\n" + body;
+    std::string message =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n"
+        "<ContentLength>00000000</ContentLength>\n<ContentType>" +
+        type + "</ContentType>\n" + body;
     char text[16];
     std::snprintf(text, sizeof text, "%08lu", static_cast<unsigned long>(message.size()));
     message.replace(kLengthOffset, kLengthDigits, digits != nullptr ? digits : text, kLengthDigits);
@@ -57,7 +58,8 @@ Events Drive(const FrameLimits& limits, const std::string& stream, const std::ve
             }
             events.push_back("M" + std::to_string(reader.Total()) + "/" +
                              std::to_string(reader.ContentType()));
-            if (bytes != nullptr) bytes->append(reader.Message(), static_cast<size_t>(reader.Total()));
+            if (bytes != nullptr)
+                bytes->append(reader.Message(), static_cast<size_t>(reader.Total()));
         }
     };
     while (at < stream.size()) {
@@ -115,21 +117,30 @@ TEST(FrameReader, CutsStreamsUnderEachLimitSetWhateverThePieces) {
         Events expected;
     };
     const Case cases[] = {
-        {"one control message", kResultWaitLimits, notice, {"M" + std::to_string(notice.size()) + "/0"}},
+        {"one control message",
+         kResultWaitLimits,
+         notice,
+         {"M" + std::to_string(notice.size()) + "/0"}},
         {"64 is the smallest total", kTransferLimits, Smallest(), {"M64/0"}},
         {"63 is rejected", kTransferLimits, t63, {"R63"}},
         {"12x reads as 12", kDocumentWaitLimits, t12x, {"R12"}},
         {"a negative total", kDocumentWaitLimits, signedTotal, {"R-200"}},
         {"blanks before the digits", kDocumentWaitLimits, blanks, {"M210/0"}},
-        {"three in a row", kTransferLimits, header + notice + largest,
+        {"three in a row",
+         kTransferLimits,
+         header + notice + largest,
          {"M113/1", "M" + std::to_string(notice.size()) + "/0", "M40960/4"}},
         {"40961 ends a transfer", kTransferLimits, tooLong.substr(0, 63), {"R40961"}},
         {"a result wait takes 10240", kResultWaitLimits, result10240, {"M10240/0"}},
         {"but not 10241", kResultWaitLimits, result10241.substr(0, 63), {"R10241"}},
         {"a document wait has no upper limit", kDocumentWaitLimits, tooLong, {"M40961/2"}},
-        {"a rejected head leaves the rest as the next message", kDocumentWaitLimits,
-         t63.substr(0, 63) + notice, {"R63", "M" + std::to_string(notice.size()) + "/0"}},
-        {"an incomplete message is not given", kTransferLimits, notice.substr(0, notice.size() - 1),
+        {"a rejected head leaves the rest as the next message",
+         kDocumentWaitLimits,
+         t63.substr(0, 63) + notice,
+         {"R63", "M" + std::to_string(notice.size()) + "/0"}},
+        {"an incomplete message is not given",
+         kTransferLimits,
+         notice.substr(0, notice.size() - 1),
          {}},
         {"nor an incomplete head", kTransferLimits, notice.substr(0, 62), {}},
     };
@@ -165,8 +176,9 @@ TEST(FrameReader, WantedNeverReachesIntoTheNextMessage) {
 
     // Read as a control wait reads, the second message is cut the same way.
     for (const std::vector<size_t>& sizes : {std::vector<size_t>{1}, {0}, {100}}) {
-        EXPECT_EQ((Events{"M" + std::to_string(a.size()) + "/0", "M" + std::to_string(b.size()) + "/2"}),
-                  Drive(kDocumentWaitLimits, a + b, sizes, Way::Wanted));
+        EXPECT_EQ(
+            (Events{"M" + std::to_string(a.size()) + "/0", "M" + std::to_string(b.size()) + "/2"}),
+            Drive(kDocumentWaitLimits, a + b, sizes, Way::Wanted));
     }
     // A rejected head: Wanted is 0 until Next() has said so.
     const std::string bad = Frame("00", "x", "00010241");
@@ -211,7 +223,8 @@ TEST(FrameReader, ReadingAheadCutsWhatOneReadBrought) {
     // As the transfer loop reads: a large space, filled with many messages and
     // the start of the next; the buffer stays at the size the reader chose.
     std::string stream;
-    for (int i = 0; i < 40; ++i) stream += Frame(i % 2 ? "02" : "01", std::string(1000 + i * 977, 'p'));
+    for (int i = 0; i < 40; ++i)
+        stream += Frame(i % 2 ? "02" : "01", std::string(1000 + i * 977, 'p'));
     FrameReader reader(kTransferLimits);
     reader.Reserve(256 * 1024);
     const size_t capacity = reader.Capacity();
