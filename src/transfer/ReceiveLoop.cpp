@@ -6,7 +6,6 @@
 #include <tinyxml.h>
 
 #include <cstring>
-#include <memory>
 #include <new>
 
 #include "client/Client.h"
@@ -18,7 +17,7 @@
 #include "protocol/FrameReader.h"
 #include "protocol/Methods.h"
 #include "protocol/Replies.h"
-#include "transfer/WorkerScope.h"
+#include "transfer/Transfer.h"
 #include "util/TimeText.h"
 
 namespace kerrow {
@@ -27,26 +26,11 @@ namespace {
 // One read takes whatever the socket holds, up to this much; the frame
 // reader cuts the messages out of it.
 constexpr size_t kReadAheadBytes = 256 * 1024;
-constexpr uint32_t kIdleWaitMs = 10;  // after a read that found nothing
-constexpr uint32_t kPauseIdleMs = 1;
+constexpr uint32_t kIdleWaitMs = 10;     // after a read that found nothing
 constexpr int64_t kSilenceSeconds = 30;  // a message body that stalls this long ends the transfer
 
 bool IsHeaderBlock(int contentType) { return contentType == 1 || contentType == 3; }
 bool IsDataBlock(int contentType) { return contentType == 2 || contentType == 4; }
-
-// The last header block, copied once and kept until it has been handed on.
-struct HeaderHold {
-    std::unique_ptr<uint8_t[]> copy;
-    uint32_t length = 0;
-    bool pending = false;
-    bool delivered = false;
-
-    void Release() {
-        delivered = true;
-        pending = false;
-        copy.reset();
-    }
-};
 
 // What became of a complete message.
 enum class Handled {
@@ -57,7 +41,7 @@ enum class Handled {
 
 }  // namespace
 
-void Client::ReceiveLoop() {
+void Client::ReceiveLoop(Transfer& transfer) {
     // Bytes read ahead are dropped with the reader when the loop ends (the
     // end notice, a stop, a failure), as the closed socket's would be.
     FrameReader reader(kTransferLimits);
@@ -65,23 +49,21 @@ void Client::ReceiveLoop() {
     const char* message = nullptr;  // the complete message being handled
     long total = 0;
     bool held = false;  // the message waits, whole, to be handled again
-    HeaderHold header;
+    Transfer::HeaderHold& header = transfer.header;
 
-    auto stopWithLinkClosed = [this] {
-        workerStopRequest_.store(true);
+    auto stopWithLinkClosed = [this, &transfer] {
+        transfer.stopRequest.store(true);
         if (!connection_->IsClosed()) connection_->Close();
     };
-    auto writeToFile = [this](const void* data, uint32_t length) {
-        const int32_t file = fileHandle_.load();
-        if (file != platform::kInvalidFileHandle) platform::WriteFile(file, data, length);
+    auto writeToFile = [&transfer](const void* data, uint32_t length) {
+        if (transfer.file.IsOpen()) platform::WriteFile(transfer.file.Get(), data, length);
     };
     // The callback may stop the transfer, or disconnect and so destroy this
     // Client; in that case the worker ends right after it.
-    auto deliver = [this](PlayDataCallBack callback, int contentType, const uint8_t* data,
-                          uint32_t length) {
-        callback(connectionId_, transferHandle_.load(), static_cast<uint32_t>(contentType), data,
-                 length, callbackUser_.load());
-        transfer::LeaveIfClientGone();
+    auto deliver = [this, &transfer](PlayDataCallBack callback, int contentType,
+                                     const uint8_t* data, uint32_t length) {
+        transfer.CallData(callback, connectionId_, static_cast<uint32_t>(contentType), data,
+                          length);
     };
     auto deliverHeader = [&](PlayDataCallBack callback, int contentType) {
         deliver(callback, contentType, header.copy.get(), header.length);
@@ -102,14 +84,11 @@ void Client::ReceiveLoop() {
             case kMethodBackup: {
                 // Any of the three ends any kind of transfer.
                 KLOG_INFO << "播放、下载或备份完成！";
-                SetProgress(100);
-                workerStopRequest_.store(true);
-                if (method == kMethodDownload) {
-                    const int32_t file = fileHandle_.exchange(platform::kInvalidFileHandle);
-                    if (file != platform::kInvalidFileHandle) platform::CloseFile(file);
-                }
+                transfer.progress.store(100);
+                transfer.stopRequest.store(true);
+                if (method == kMethodDownload) transfer.file.Close();
                 if (!connection_->IsClosed()) connection_->Close();
-                NotifyTerminal(true);
+                transfer.CallTerminal(connectionId_, true);
                 break;
             }
             case kMethodPlayProgress:
@@ -119,7 +98,7 @@ void Client::ReceiveLoop() {
                 int32_t position = 0;
                 ParseProgress(document, clientId, position);
                 KLOG_INFO << "收到进度:" << position;
-                SetProgress(position);
+                transfer.progress.store(position);
                 break;
             }
             default:
@@ -140,7 +119,7 @@ void Client::ReceiveLoop() {
             header.copy.reset(new (std::nothrow) uint8_t[length]);
             if (!header.copy) {
                 KLOG_INFO << "header data new memory err,size:" << length;
-                workerStopRequest_.store(true);
+                transfer.stopRequest.store(true);
                 return Handled::Exit;
             }
             std::memcpy(header.copy.get(), payload, length);
@@ -149,7 +128,7 @@ void Client::ReceiveLoop() {
         switch (GetTransferKind()) {
             case kTransferPlay: {
                 // Nothing is lost before the application binds its callback.
-                PlayDataCallBack callback = dataCallback_.load();
+                PlayDataCallBack callback = transfer.dataCallback.load();
                 if (callback == nullptr) return Handled::Hold;
                 if (header.pending && !header.delivered) deliverHeader(callback, contentType);
                 break;
@@ -171,12 +150,12 @@ void Client::ReceiveLoop() {
         if (length == 0) return Handled::Done;
         switch (GetTransferKind()) {
             case kTransferPlay: {
-                PlayDataCallBack callback = dataCallback_.load();
+                PlayDataCallBack callback = transfer.dataCallback.load();
                 if (callback == nullptr) return Handled::Hold;
                 if (header.pending && !header.delivered) {
                     deliverHeader(callback, contentType);
                     // A stop inside that call unbinds the callback.
-                    callback = dataCallback_.load();
+                    callback = transfer.dataCallback.load();
                     if (callback == nullptr) break;
                 }
                 deliver(callback, contentType, payload, length);
@@ -209,15 +188,17 @@ void Client::ReceiveLoop() {
     };
 
     for (;;) {
-        if (workerStopRequest_.load()) return;
-        if (paused_.load()) {
-            // The server's data waits in the socket meanwhile.
-            platform::Sleep(kPauseIdleMs);
+        if (transfer.stopRequest.load()) return;
+        if (transfer.paused.load()) {
+            // The server's data waits in the socket meanwhile. Resume, stop
+            // and close wake the worker; the time of its waking counts as
+            // activity, so a long pause never looks like a stalled body.
+            transfer.Idle(platform::kInfinite);
             UpdateActiveTime();
             continue;
         }
         if (connection_->IsClosed()) {
-            workerStopRequest_.store(true);
+            transfer.stopRequest.store(true);
             KLOG_INFO << "连接已断开";
             continue;
         }
@@ -227,12 +208,12 @@ void Client::ReceiveLoop() {
             // meanwhile. The link decides what a read of no bytes answers.
             if (connection_->Read(nullptr, 0) < 0) {
                 SetLastError(kResultNetwork);
-                workerStopRequest_.store(true);
+                transfer.stopRequest.store(true);
                 KLOG_INFO << "接收错误 Receive bodydata return -1";
                 if (!connection_->IsClosed()) connection_->Close();
                 continue;
             }
-            platform::Sleep(kIdleWaitMs);
+            transfer.Idle(kIdleWaitMs);  // a binding wakes it at once
         } else {
             // Messages already read ahead are handled before anything more
             // is read, one a pass.
@@ -245,10 +226,10 @@ void Client::ReceiveLoop() {
                 if (n < 0) {
                     if (headComplete) {
                         SetLastError(kResultNetwork);
-                        workerStopRequest_.store(true);
+                        transfer.stopRequest.store(true);
                         KLOG_INFO << "接收错误 Receive bodydata return -1";
                     } else {
-                        workerStopRequest_.store(true);
+                        transfer.stopRequest.store(true);
                         KLOG_INFO << "接收错误 Receive headdata return -1";
                         SetLastError(kResultBadReply);
                     }
