@@ -46,8 +46,11 @@ class Thread {
     // cancellation point (a sleep, a read, a wait...) reached inside a
     // CancellationScope, unwinding its stack as it goes; outside such a scope
     // it is not ended until it enters one. Does not wait. A thread cannot
-    // cancel itself: false, nothing done.
+    // cancel itself: false, nothing done. Under ThreadSanitizer, which
+    // cannot follow a cancelled thread, nothing is done either.
     bool Cancel();
+    // Whether Cancel acts in this build.
+    static bool CanCancel();
     // True on the thread itself.
     bool IsCurrent() const;
     // The thread's id, as GetCurrentThreadId answers on that thread.

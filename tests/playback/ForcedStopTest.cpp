@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 
+#include "platform/Thread.h"
 #include "playback/PlaybackTesting.h"
 
 namespace kerrow::test {
@@ -131,12 +132,14 @@ TEST_F(ForcedStop, StopAndDisconnectReturnOnTimeWhateverTheCallbackDoes) {
     }
 
     // A cancelled callback never returns; a spinning one returns, and its
-    // worker calls the application no more.
+    // worker calls the application no more. (Under ThreadSanitizer nothing
+    // is cancelled: every callback returns, into a detached transfer.)
     std::this_thread::sleep_for(std::chrono::milliseconds(3500));
     for (size_t i = 0; i < calls.size(); ++i) {
         SCOPED_TRACE(cases[i].name);
         EXPECT_EQ(1, calls[i]->entered.load());
-        EXPECT_EQ(cases[i].how == Blocks::Spinning ? 1 : 0, calls[i]->returned.load());
+        const bool returns = cases[i].how == Blocks::Spinning || !platform::Thread::CanCancel();
+        EXPECT_EQ(returns ? 1 : 0, calls[i]->returned.load());
     }
 }
 
