@@ -5,6 +5,7 @@
 // (download) or nowhere (backup).
 #include <tinyxml.h>
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -54,6 +55,18 @@ void Client::ReceiveLoop(Transfer& transfer) {
     auto stopWithLinkClosed = [this, &transfer] {
         transfer.stopRequest.store(true);
         if (!connection_->IsClosed()) connection_->Close();
+    };
+    // Sleeps until the socket is readable, a stop or resume wakes the
+    // worker, or (inside a message) the body's stall would be due.
+    auto awaitData = [this, &transfer](bool inBody) {
+        uint32_t wait = platform::kInfinite;
+        if (inBody) {
+            const int64_t left = lastActive_.load() + kSilenceSeconds - Now64();
+            wait = left <= 0
+                       ? 0
+                       : static_cast<uint32_t>(std::min<int64_t>(left, kSilenceSeconds)) * 1000;
+        }
+        transfer.AwaitReadable(connection_->Socket(), wait);
     };
     auto writeToFile = [&transfer](const void* data, uint32_t length) {
         if (transfer.file.IsOpen()) platform::WriteFile(transfer.file.Get(), data, length);
@@ -239,7 +252,7 @@ void Client::ReceiveLoop(Transfer& transfer) {
                 reader.Commit(static_cast<size_t>(n));
                 next = reader.Next();
                 if (next == FrameReader::Result::NeedMore) {
-                    if (n == 0) connection_->WaitReadable(kIdleWaitMs);
+                    if (n == 0) awaitData(reader.Buffered() >= kHeadReadSize);
                     // Silence between messages is not timed; a stalled body is.
                     if (reader.Buffered() < kHeadReadSize) continue;
                 }

@@ -111,6 +111,14 @@ void Transfer::CallTerminal(uint32_t connection, bool finished) {
     terminalCallback.store(nullptr);
 }
 
+void Transfer::AwaitReadable(int32_t socket, uint32_t milliseconds) {
+    {
+        Unlocked unlocked(lock);
+        wake_.WaitReadable(socket, milliseconds);
+    }
+    CheckAttached();
+}
+
 void Transfer::Idle(uint32_t milliseconds) {
     {
         Unlocked unlocked(lock);

@@ -34,6 +34,7 @@
 #include "platform/Files.h"
 #include "platform/Sync.h"
 #include "platform/Thread.h"
+#include "platform/WakeEvent.h"
 
 namespace kerrow {
 
@@ -97,6 +98,8 @@ class Transfer {
     // On the worker, with the lock held: waits without the lock until the
     // time passes or Wake, then throws Abandoned when the Client is gone.
     void Idle(uint32_t milliseconds);
+    // The same, until the socket is readable too.
+    void AwaitReadable(int32_t socket, uint32_t milliseconds);
     // Throws Abandoned when the Client is gone (lock held).
     void CheckAttached() const;
 
@@ -116,7 +119,7 @@ class Transfer {
     Client* client_;
     const int32_t kind_;
     const uint32_t handle_;
-    platform::Event wake_{false, false};
+    platform::WakeEvent wake_;
     std::unique_ptr<platform::Thread> thread_;
 };
 
