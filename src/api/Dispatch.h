@@ -3,8 +3,8 @@
 #pragma once
 
 #include "api/Library.h"
-#include "client/Commands.h"
 #include "platform/Thread.h"
+#include "util/Results.h"
 
 namespace kerrow {
 

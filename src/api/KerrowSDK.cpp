@@ -8,13 +8,13 @@
 
 #include "api/CVFSException.h"
 #include "api/Library.h"
-#include "client/Commands.h"
 #include "log/Log.h"
 #include "platform/Fault.h"
 #include "platform/Sockets.h"
 #include "platform/Sync.h"
 #include "platform/Thread.h"
 #include "platform/Version.h"
+#include "util/Results.h"
 
 namespace kerrow::library {
 namespace {

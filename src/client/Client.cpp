@@ -8,7 +8,7 @@
 
 #include "log/Log.h"
 #include "net/Connection.h"
-#include "registry/VideoManage.h"
+#include "util/Ids.h"
 #include "util/FieldText.h"
 #include "util/TimeText.h"
 
@@ -23,7 +23,7 @@ constexpr int32_t kLinkTcp = 0;
 Client::Client() {
     lastActive_.store(Now64(), std::memory_order_relaxed);
     platform::GetLocalTime(&createdAt_);
-    connectionId_ = VideoManage::NextId();
+    connectionId_ = ids::Next();
 }
 
 Client::~Client() {

@@ -27,7 +27,7 @@ struct TransferTexts;
 
 class Client {
   public:
-    // Takes its connection number from VideoManage::NextId.
+    // Takes its connection number from the process-wide counter (util/Ids.h).
     Client();
     ~Client();
     Client(const Client&) = delete;

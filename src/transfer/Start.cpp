@@ -7,7 +7,7 @@
 #include "platform/Files.h"
 #include "protocol/Elements.h"
 #include "protocol/Replies.h"
-#include "registry/VideoManage.h"
+#include "util/Ids.h"
 #include "transfer/Transfer.h"
 #include "transfer/TransferTexts.h"
 
@@ -81,7 +81,7 @@ int32_t Client::RunStart(const std::string& request, const TransferTexts& texts,
         if (texts.resetsProgress) progressValue_.store(0);
         SetTransferKind(texts.kind);
         // The handle is drawn whether or not the thread can be made.
-        transferHandle_.store(VideoManage::NextId());
+        transferHandle_.store(ids::Next());
         auto transfer = std::make_shared<Transfer>(this, texts.kind, transferHandle_.load(),
                                                    progressValue_.load());
         transfer->stopRequest.store(stopped);
