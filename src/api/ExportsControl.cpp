@@ -3,6 +3,7 @@
 #include "KerrowSDK.h"
 #include "api/Conversions.h"
 #include "api/Dispatch.h"
+#include "client/Commands.h"
 
 using namespace kerrow;
 

@@ -8,12 +8,13 @@
 
 #include "api/CVFSException.h"
 #include "api/Library.h"
-#include "client/Commands.h"
 #include "log/Log.h"
 #include "platform/Fault.h"
 #include "platform/Sockets.h"
 #include "platform/Sync.h"
+#include "platform/Thread.h"
 #include "platform/Version.h"
+#include "util/Results.h"
 
 namespace kerrow::library {
 namespace {
@@ -125,12 +126,18 @@ KERROW_API int KERROW_CALL Kerrow_GetVersion(void) {
 KERROW_API int KERROW_CALL Kerrow_GetLastError(void) { return 0; }
 
 KERROW_API int KERROW_CALL Kerrow_GetTaskNum(void) {
+    // An application may call in from inside a callback that a stop can
+    // cancel: the cancellation never acts inside the library's own code.
+    kerrow::platform::NoCancellation noCancellation;
     VideoManage* registry = Registry();
     if (registry == nullptr) return kerrow::kResultNotInitialised;
     return registry->GetTaskNum();
 }
 
 KERROW_API int KERROW_CALL Kerrow_Connect(const ConnectionRecord* record, uint32_t* connectionId) {
+    // An application may call in from inside a callback that a stop can
+    // cancel: the cancellation never acts inside the library's own code.
+    kerrow::platform::NoCancellation noCancellation;
     VideoManage* registry = Registry();
     if (registry == nullptr) return kerrow::kResultNotInitialised;
     int32_t result = 0;
@@ -142,6 +149,9 @@ KERROW_API int KERROW_CALL Kerrow_Connect(const ConnectionRecord* record, uint32
 }
 
 KERROW_API int KERROW_CALL Kerrow_Disconnect(uint32_t connectionId) {
+    // An application may call in from inside a callback that a stop can
+    // cancel: the cancellation never acts inside the library's own code.
+    kerrow::platform::NoCancellation noCancellation;
     VideoManage* registry = Registry();
     if (registry == nullptr) return kerrow::kResultNotInitialised;
     int32_t result = registry->Disconnect(connectionId);
@@ -159,6 +169,9 @@ namespace {
 
 int SetTerminal(int32_t kind, uint32_t connectionId, uint32_t transferHandle,
                 TerminalCallBack callback, void* user) {
+    // An application may call in from inside a callback that a stop can
+    // cancel: the cancellation never acts inside the library's own code.
+    kerrow::platform::NoCancellation noCancellation;
     VideoManage* registry = Registry();
     if (registry == nullptr) return kerrow::kResultNotInitialised;
     return registry->SetTerminalCallBack(kind, connectionId, transferHandle, callback, user);
@@ -197,6 +210,9 @@ KERROW_API int KERROW_CALL Kerrow_SetVideoBackupTerminalCallBack(uint32_t connec
 KERROW_API int KERROW_CALL Kerrow_SetVideoPlayDataCallBack(uint32_t connectionId,
                                                            uint32_t transferHandle,
                                                            PlayDataCallBack callback, void* user) {
+    // An application may call in from inside a callback that a stop can
+    // cancel: the cancellation never acts inside the library's own code.
+    kerrow::platform::NoCancellation noCancellation;
     VideoManage* registry = Registry();
     if (registry == nullptr) return kerrow::kResultNotInitialised;
     return registry->SetPlayDataCallBack(connectionId, transferHandle, callback, user);

@@ -8,8 +8,7 @@
 
 #include "log/Log.h"
 #include "net/Connection.h"
-#include "registry/VideoManage.h"
-#include "transfer/WorkerScope.h"
+#include "util/Ids.h"
 #include "util/FieldText.h"
 #include "util/TimeText.h"
 
@@ -17,8 +16,6 @@ namespace kerrow {
 namespace {
 
 constexpr int64_t kIdleSeconds = 40;
-constexpr uint32_t kWorkerStopGraceMs = 20;
-constexpr uint32_t kWorkerWaitMs = 100;
 constexpr int32_t kLinkTcp = 0;
 
 }  // namespace
@@ -26,30 +23,19 @@ constexpr int32_t kLinkTcp = 0;
 Client::Client() {
     lastActive_.store(Now64(), std::memory_order_relaxed);
     platform::GetLocalTime(&createdAt_);
-    connectionId_ = VideoManage::NextId();
+    connectionId_ = ids::Next();
 }
 
 Client::~Client() {
-    // Destroyed inside one of its own transfer's callbacks (the application
-    // disconnected there): the worker must not wait for itself, and it ends
-    // as soon as the callback returns, without touching this Client.
-    const bool onWorker = transfer::IsWorkerOf(this);
-    if (onWorker) transfer::ForgetWorker();
-
-    // Unlike Close, the destructor never forces a worker to end.
+    // Unlike Close, the destructor never ends a worker by force: it asks it
+    // to stop and waits the same 100 ms, then cuts it off from this Client
+    // (a worker still held in an application callback ends when the callback
+    // returns, without touching anything here).
     if (workerRunning_.load()) {
-        workerStopRequest_.store(true);
-        if (!onWorker && workerThread_ &&
-            workerThread_->Wait(kWorkerWaitMs) == platform::WaitResult::Signaled) {
-            KLOG_INFO << "线程顺利退出";
-        }
+        StopWorker(false);
         workerRunning_.store(false);
     }
-    // But the worker uses this Client and its connection up to its last step,
-    // so one still running (held in an application callback; it has been
-    // asked to stop and leaves when the callback returns) is waited for.
-    if (workerThread_ && !onWorker) workerThread_->Wait(platform::kInfinite);
-    workerThread_.reset();
+    DetachTransfer();
     CloseConnection();
 }
 
@@ -110,30 +96,10 @@ int32_t Client::Connect(const ConnectionRecord* record) {
 void Client::Close() {
     platform::CriticalSectionGuard guard(closeLock_);
     if (workerRunning_.load()) {
-        workerStopRequest_.store(true);
-        platform::Sleep(kWorkerStopGraceMs);
-        if (workerThread_ && workerThread_->Wait(kWorkerWaitMs) != platform::WaitResult::Signaled) {
-            workerThread_->Terminate();
-            KLOG_INFO << "强行结束线程";
-        } else {
-            KLOG_INFO << "线程顺利退出";
-        }
+        StopWorker(true);
         workerRunning_.store(false);
     }
-    // Termination takes effect at the worker's next sleep; a worker held in
-    // an application callback for longer, or a stop called from inside the
-    // callback on the worker itself, outlives it. Such a worker leaves its
-    // loop right after the callback, but until it has gone the connection
-    // object stays: only the link is closed here, and the destructor deletes
-    // the rest after waiting for the worker.
-    if (workerThread_ && workerThread_->Wait(0) == platform::WaitResult::Signaled) {
-        workerThread_.reset();
-    }
-    if (!workerThread_) {
-        CloseConnection();
-    } else if (connection_ && !connection_->IsClosed()) {
-        connection_->Close();
-    }
+    CloseConnection();
     connected_.store(false);
 }
 
@@ -144,32 +110,5 @@ bool Client::IsIdle() const {
 }
 
 void Client::UpdateActiveTime() { lastActive_.store(Now64(), std::memory_order_relaxed); }
-
-// A binding succeeds only while a transfer of the kind runs under the handle.
-bool Client::MayBind(int32_t kind, uint32_t connectionId, uint32_t transferHandle,
-                     bool hasCallback) {
-    if (connectionId != 0 && transferHandle != 0 && hasCallback && GetTransferKind() == kind &&
-        transferHandle_ == transferHandle) {
-        return true;
-    }
-    SetLastError(kResultBadArgument);
-    return false;
-}
-
-int32_t Client::SetTerminalCallBack(int32_t kind, uint32_t connectionId, uint32_t transferHandle,
-                                    TerminalCallBack callback, void* user) {
-    if (!MayBind(kind, connectionId, transferHandle, callback != nullptr)) return -1;
-    terminalCallback_.store(callback);
-    callbackUser_.store(user);
-    return 0;
-}
-
-int32_t Client::SetPlayDataCallBack(uint32_t connectionId, uint32_t transferHandle,
-                                    PlayDataCallBack callback, void* user) {
-    if (!MayBind(kTransferPlay, connectionId, transferHandle, callback != nullptr)) return -1;
-    dataCallback_.store(callback);
-    callbackUser_.store(user);
-    return 0;
-}
 
 }  // namespace kerrow

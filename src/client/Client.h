@@ -12,8 +12,8 @@
 #include "KerrowSDK.h"
 #include "client/Commands.h"
 #include "platform/Clock.h"
+#include "platform/Files.h"
 #include "platform/Sync.h"
-#include "platform/Thread.h"
 #include "protocol/Records.h"
 
 class TiXmlDocument;
@@ -21,12 +21,13 @@ class TiXmlDocument;
 namespace kerrow {
 
 class Connection;
+class Transfer;
 struct ControlTexts;
 struct TransferTexts;
 
 class Client {
   public:
-    // Takes its connection number from VideoManage::NextId.
+    // Takes its connection number from the process-wide counter (util/Ids.h).
     Client();
     ~Client();
     Client(const Client&) = delete;
@@ -56,8 +57,8 @@ class Client {
     uint32_t ConnectionNumber() const { return connectionId_; }
     int32_t GetTransferKind() const { return transferKind_.load(std::memory_order_relaxed); }
     void SetTransferKind(int32_t kind) { transferKind_.store(kind, std::memory_order_relaxed); }
-    int32_t GetProgress() const { return progressValue_.load(std::memory_order_relaxed); }
-    void SetProgress(int32_t value) { progressValue_.store(value, std::memory_order_relaxed); }
+    // The running (or last) transfer's progress; the Client's own before.
+    int32_t GetProgress() const;
     int32_t LastError() const { return lastError_.load(std::memory_order_relaxed); }
     bool TimedOut() const { return timedOut_.load(std::memory_order_relaxed); }
 
@@ -108,20 +109,18 @@ class Client {
     int32_t StopDownload(uint32_t transferTaskId);
     int32_t StartUpload(const UploadRequest& request, const std::string& path, uint32_t* handle);
     // Cuts a block into data messages and sends them: 0, or -1 when a send
-    // failed. Called by the upload loop only.
-    int32_t SendUploadData(const uint8_t* data, uint32_t length);
+    // failed. Called by the upload loop only, whose transfer's lock is left
+    // during the pauses.
+    int32_t SendUploadData(const uint8_t* data, uint32_t length, Transfer& transfer);
     int32_t StopUpload(uint32_t transferTaskId);
     int32_t StartBackup(const FileRecord& file, uint32_t* handle);
     int32_t StopBackup(uint32_t transferTaskId);
     // Writes the progress of the transfer and logs it with the clock.
     int32_t GetTransferPos(uint32_t* position);
-    // Calls the terminal callback once, if one is bound, then forgets it.
-    void NotifyTerminal(bool finished);
-
-    // The worker's thread procedure; the argument is the Client.
-    static uint32_t TransferWorker(void* client);
 
   private:
+    friend class Transfer;
+
     // Logs and sends the request; false (lastError 12, logged) when it
     // could not be sent.
     bool SendRequest(const std::string& request, const ControlTexts& texts);
@@ -142,9 +141,14 @@ class Client {
     // acknowledgement bit; slow and fast only send.
     int32_t RunPlayControl(const PlayControl& control, const char* sending, const char* failed,
                            uint32_t ackBit);
-    // The worker's two loops (src/transfer/ReceiveLoop.cpp, UploadLoop.cpp).
-    void ReceiveLoop();
-    void UploadLoop();
+    // The worker's two loops (src/transfer/ReceiveLoop.cpp, UploadLoop.cpp),
+    // run with the transfer's lock held.
+    void ReceiveLoop(Transfer& transfer);
+    void UploadLoop(Transfer& transfer);
+    // Ends the transfer's worker: asks it to stop, waits, and when force is
+    // set cancels one that has not ended; then cuts it off from this Client.
+    void StopWorker(bool force);
+    void DetachTransfer();
     void ClearControlFlag(uint32_t flag);
 
     enum ControlFlag : uint32_t {
@@ -164,7 +168,9 @@ class Client {
     void SetControlFlag(uint32_t flag);
 
     void CloseConnection();
-    bool MayBind(int32_t kind, uint32_t connectionId, uint32_t transferHandle, bool hasCallback);
+    // The transfer to bind to, or null (lastError 7).
+    std::shared_ptr<Transfer> MayBind(int32_t kind, uint32_t connectionId, uint32_t transferHandle,
+                                      bool hasCallback);
     void SetLastError(int32_t code) { lastError_.store(code, std::memory_order_relaxed); }
     int32_t Connect(const ConnectionRecord* record);
 
@@ -172,8 +178,6 @@ class Client {
     std::atomic<bool> timedOut_{false};
     std::atomic<bool> workerRunning_{false};
     std::atomic<bool> connected_{false};
-    std::atomic<bool> workerStopRequest_{false};
-    std::atomic<bool> paused_{false};
     std::atomic<int32_t> transferKind_{kTransferNone};
     std::atomic<int32_t> lastError_{0};
     std::atomic<int64_t> lastActive_{0};
@@ -186,17 +190,15 @@ class Client {
     std::atomic<int64_t> uploadSentBytes_{0};
     ConnectionRecord record_{};
 
-    // Transfer bookkeeping.
-    // The setters run beside the worker that calls the callbacks.
-    std::atomic<PlayDataCallBack> dataCallback_{nullptr};
-    std::atomic<TerminalCallBack> terminalCallback_{nullptr};
-    std::atomic<void*> callbackUser_{nullptr};
-    std::atomic<int32_t> fileHandle_{-1};  // download target or upload source
-    std::unique_ptr<platform::Thread> workerThread_;
-    uint32_t workerThreadId_ = 0;
+    // The transfer started last (its worker may have ended); it is replaced
+    // only by a later start. Set and reset under the command lock or by the
+    // close that excludes every command.
+    std::shared_ptr<Transfer> transfer_;
+    // The download target or upload source opened before its start is
+    // answered; it goes to the transfer when one starts.
+    platform::File startFile_;
 
     platform::CriticalSection commandLock_;
-    platform::CriticalSection spareLock_;
     // Bit 0: network broken (never cleared); bits 1 to 6: acknowledgements of
     // stop, fast, slow, pause, resume and jump.
     std::atomic<uint32_t> controlFlags_{0};

@@ -11,6 +11,7 @@
 #include "net/Connection.h"
 #include "protocol/Elements.h"
 #include "protocol/Envelope.h"
+#include "protocol/FrameReader.h"
 #include "protocol/Replies.h"
 #include "util/TimeText.h"
 
@@ -23,11 +24,12 @@ constexpr uint32_t kIdleWaitMs = 10;
 
 }  // namespace
 
+// One reply wait: the reader that cuts the reply out of what the connection
+// gives. Its buffer grows with the bytes that arrive, never with the total
+// that a head announces.
 struct Client::Wait {
-    explicit Wait(const FrameLimits& l) : limits(l) {}
-    FrameLimits limits;
-    std::vector<char> buffer;
-    long total = 0;
+    explicit Wait(const FrameLimits& limits) : reader(limits) {}
+    FrameReader reader;
 };
 
 void Client::SetControlFlag(uint32_t flag) {
@@ -53,40 +55,34 @@ int32_t Client::Send(const char* buffer, int32_t length) {
     return result;
 }
 
+// Reads what the connection has, at most what the reply still lacks (so
+// that the rest of a rejected reply stays on the connection), and lets the
+// reader cut the reply.
 Client::WaitEnd Client::ReadReply(int32_t timeoutSeconds, Wait& wait) {
     if (timeoutSeconds < 1) timeoutSeconds = 0;
     const int64_t deadline = Now64() + timeoutSeconds;
-    char head[kHeadReadSize];
-    size_t received = 0;
-    bool inBody = false;
+    FrameReader& reader = wait.reader;
 
     for (;;) {
         if (connection_->IsClosed()) return WaitEnd::Closed;
-        int32_t n;
-        if (!inBody) {
-            n = connection_->Read(head + received, static_cast<int32_t>(kHeadReadSize - received));
-        } else {
-            n = connection_->Read(wait.buffer.data() + received,
-                                  static_cast<int32_t>(wait.total - static_cast<long>(received)));
-        }
+        const bool inBody = reader.Buffered() >= kHeadReadSize;
+        char* space = nullptr;
+        const size_t room = reader.Prepare(reader.Wanted(), &space);
+        const int32_t n = connection_->Read(space, static_cast<int32_t>(room));
         if (n < 0) {
             SetControlFlag(kNetworkBroken);
             return inBody ? WaitEnd::BodyFailed : WaitEnd::HeadFailed;
         }
-        received += static_cast<size_t>(n);
-
-        if (!inBody && received == kHeadReadSize) {
-            // Nothing but the length digits is read from the head; the rest
-            // of a rejected message stays on the connection.
-            HeadCheck check = InspectHead(head, received, wait.limits);
-            wait.total = check.total;
-            if (!check.accepted) return WaitEnd::Rejected;
-            wait.buffer.assign(static_cast<size_t>(wait.total) + 1, '\0');
-            std::memcpy(wait.buffer.data(), head, kHeadReadSize);
-            inBody = true;
+        reader.Commit(static_cast<size_t>(n));
+        switch (reader.Next()) {
+            case FrameReader::Result::Message:
+                return WaitEnd::Complete;
+            case FrameReader::Result::Rejected:
+                // Nothing but the length digits is read from the head.
+                return WaitEnd::Rejected;
+            case FrameReader::Result::NeedMore:
+                break;
         }
-        if (inBody && static_cast<long>(received) == wait.total) return WaitEnd::Complete;
-
         if (n == 0) connection_->WaitReadable(kIdleWaitMs);
         if (Now64() >= deadline) return WaitEnd::TimedOut;
     }
@@ -110,7 +106,7 @@ std::unique_ptr<TiXmlDocument> Client::ReceiveXml(int32_t timeoutSeconds) {
         case WaitEnd::Rejected:
             return nullptr;
     }
-    std::string text(wait.buffer.data(), static_cast<size_t>(wait.total));
+    std::string text(wait.reader.Message(), static_cast<size_t>(wait.reader.Total()));
     KLOG_INFO << "接收到的xml:" << text;
     auto document = std::make_unique<TiXmlDocument>();
     if (!ParseDocument(text.data(), text.size(), *document)) return nullptr;
@@ -145,7 +141,7 @@ int32_t Client::ReceiveResult(int32_t timeoutSeconds, int32_t& result) {
             result = kResultBadReply;
             return 0;
     }
-    std::string text(wait.buffer.data(), static_cast<size_t>(wait.total));
+    std::string text(wait.reader.Message(), static_cast<size_t>(wait.reader.Total()));
     KLOG_INFO << "收到的 xml命令：" << text;
     auto document = std::make_unique<TiXmlDocument>();
     if (!ParseDocument(text.data(), text.size(), *document)) {

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "util/Results.h"
+
 namespace kerrow {
 
 enum Command : int32_t {
@@ -50,32 +52,6 @@ enum Command : int32_t {
     kCmdPolicyQuery = 401,
     kCmdTaskQuery = 402,
     kCmdFileList = 403,
-};
-
-// Kinds of transfer a Client can run; Kerrow_GetTaskNum counts 2 to 5.
-enum TransferKind : int32_t {
-    kTransferNone = 0,
-    kTransferPlay = 2,
-    kTransferDownload = 3,
-    kTransferUpload = 4,
-    kTransferBackup = 5,
-};
-
-// Result codes shared by the library.
-enum Result : int32_t {
-    kResultNoConnection = -1,
-    kResultOk = 0,
-    kResultNotInitialised = 1,
-    kResultConnectionLimit = 2,
-    kResultConnectFailed = 3,
-    kResultBadArgument = 7,
-    kResultNotConnected = 8,
-    kResultTimedOut = 11,
-    kResultNetwork = 12,
-    kResultNoClient = 13,
-    kResultNoThread = 15,
-    kResultFile = 16,
-    kResultBadReply = 18,
 };
 
 }  // namespace kerrow

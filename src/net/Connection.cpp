@@ -80,6 +80,8 @@ bool Connection::IsClosed() { return m_plink->IsClosed(); }
 
 std::string Connection::GetErrorText() { return m_plink->GetErrorText(); }
 
+int32_t Connection::Socket() const { return m_plink != nullptr ? m_plink->Socket() : -1; }
+
 int32_t Connection::WaitReadable(uint32_t milliseconds) {
     if (m_plink == nullptr) return -1;
     return m_plink->WaitReadable(milliseconds);

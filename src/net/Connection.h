@@ -36,6 +36,9 @@ class Connection {
     std::string GetErrorText();
     // 1 readable (or the peer gone), 0 time-out, -1 failure.
     int32_t WaitReadable(uint32_t milliseconds);
+    // The link's socket, for a wait that watches more than the link; -1
+    // when there is none.
+    int32_t Socket() const;
 
   private:
     int32_t m_linkType;

@@ -35,6 +35,8 @@ class NetLink {
     // waiting or the peer gone, 0 time-out, -1 no usable socket or an error.
     // Lets reply waits block instead of polling the non-blocking socket.
     virtual int32_t WaitReadable(uint32_t milliseconds) = 0;
+    // The socket to watch together with other events; -1 when there is none.
+    virtual int32_t Socket() const { return -1; }
 };
 
 }  // namespace kerrow

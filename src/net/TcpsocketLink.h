@@ -36,6 +36,7 @@ class TcpsocketLink : public NetLink {
     int32_t GetLastError() override;
 
     int32_t WaitReadable(uint32_t milliseconds) override;
+    int32_t Socket() const override { return m_closed != 0 ? -1 : m_fd; }
 
   private:
     // Closes the socket of a connect that failed; the link is not marked

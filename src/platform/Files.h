@@ -33,4 +33,33 @@ int32_t ReadFile(int32_t handle, void* buffer, uint32_t length);
 int32_t WriteFile(int32_t handle, const void* buffer, uint32_t length);
 void CloseFile(int32_t handle);
 
+// One open file handle, closed by its owner's end at the latest.
+class File {
+  public:
+    File() = default;
+    explicit File(int32_t handle) : handle_(handle) {}
+    ~File() { Close(); }
+    File(File&& other) noexcept : handle_(other.handle_) { other.handle_ = kInvalidFileHandle; }
+    File& operator=(File&& other) noexcept {
+        if (this != &other) {
+            Close();
+            handle_ = other.handle_;
+            other.handle_ = kInvalidFileHandle;
+        }
+        return *this;
+    }
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+
+    int32_t Get() const { return handle_; }
+    bool IsOpen() const { return handle_ != kInvalidFileHandle; }
+    void Close() {
+        if (handle_ != kInvalidFileHandle) CloseFile(handle_);
+        handle_ = kInvalidFileHandle;
+    }
+
+  private:
+    int32_t handle_ = kInvalidFileHandle;
+};
+
 }  // namespace kerrow::platform

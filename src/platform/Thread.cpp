@@ -41,15 +41,25 @@ void* RunThread(void* start) {
         self->cv.notify_all();
     }
     t_current = self.get();
+    // Marks the end also when the thread is cancelled: the forced unwind
+    // runs this destructor on its way out of the thread.
+    struct Finish {
+        ThreadState* state;
+        ~Finish() {
+            t_current = nullptr;
+            std::lock_guard<std::mutex> lock(state->mutex);
+            state->finished = true;
+            state->cv.notify_all();
+        }
+    } finish{self.get()};
+    int ignored = 0;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &ignored);
+    pthread_setcanceltype(PTHREAD_CANCEL_DEFERRED, &ignored);
     try {
         self->proc(self->argument);
     } catch (const ThreadTerminated&) {
         // Ended by Terminate; its locals have been destroyed on the way here.
     }
-    t_current = nullptr;
-    std::lock_guard<std::mutex> lock(self->mutex);
-    self->finished = true;
-    self->cv.notify_all();
     return nullptr;
 }
 
@@ -114,6 +124,47 @@ bool Thread::Terminate(uint32_t milliseconds) {
     // A thread cannot wait for its own end; it ends at its next Sleep.
     if (t_current == impl_.get()) return false;
     return Wait(milliseconds) == WaitResult::Signaled;
+}
+
+bool Thread::Cancel() {
+    std::lock_guard<std::mutex> lock(impl_->mutex);
+    if (impl_->finished || impl_->joined || t_current == impl_.get()) return false;
+#if defined(__SANITIZE_THREAD__)
+    // ThreadSanitizer cannot follow a cancelled thread's unwinding (it then
+    // reports races that are none); under it the thread is left to end by
+    // itself, as one that never reaches a cancellation point does.
+    return false;
+#else
+    return pthread_cancel(impl_->handle) == 0;
+#endif
+}
+
+bool Thread::CanCancel() {
+#if defined(__SANITIZE_THREAD__)
+    return false;
+#else
+    return true;
+#endif
+}
+
+bool Thread::IsCurrent() const { return t_current == impl_.get(); }
+
+CancellationScope::CancellationScope() : previous_(PTHREAD_CANCEL_DISABLE) {
+    pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, &previous_);
+}
+
+CancellationScope::~CancellationScope() {
+    int ignored = 0;
+    pthread_setcancelstate(previous_, &ignored);
+}
+
+NoCancellation::NoCancellation() : previous_(PTHREAD_CANCEL_DISABLE) {
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &previous_);
+}
+
+NoCancellation::~NoCancellation() {
+    int ignored = 0;
+    pthread_setcancelstate(previous_, &ignored);
 }
 
 uint32_t Thread::Id() const {

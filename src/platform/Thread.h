@@ -42,6 +42,17 @@ class Thread {
     // (a stop requested from inside a callback), it only marks the thread,
     // which ends at its next Sleep, and answers false at once.
     bool Terminate(uint32_t milliseconds = kTerminateWait);
+    // Cancels the thread (pthread cancellation): it ends at its next
+    // cancellation point (a sleep, a read, a wait...) reached inside a
+    // CancellationScope, unwinding its stack as it goes; outside such a scope
+    // it is not ended until it enters one. Does not wait. A thread cannot
+    // cancel itself: false, nothing done. Under ThreadSanitizer, which
+    // cannot follow a cancelled thread, nothing is done either.
+    bool Cancel();
+    // Whether Cancel acts in this build.
+    static bool CanCancel();
+    // True on the thread itself.
+    bool IsCurrent() const;
     // The thread's id, as GetCurrentThreadId answers on that thread.
     uint32_t Id() const;
 
@@ -49,6 +60,35 @@ class Thread {
     Thread();
     struct Impl;
     std::shared_ptr<Impl> impl_;
+};
+
+// Threads made by Thread::Create start with cancellation disabled; a scope
+// lets Cancel act on the calling thread while it lasts (around the call of
+// code that may block for ever, such as an application's callback). The
+// unwinding of a cancelled thread is a forced unwind: a catch (...) on its
+// way must rethrow.
+class CancellationScope {
+  public:
+    CancellationScope();
+    ~CancellationScope();
+    CancellationScope(const CancellationScope&) = delete;
+    CancellationScope& operator=(const CancellationScope&) = delete;
+
+  private:
+    int previous_;
+};
+
+// The opposite: no cancellation acts on the calling thread while it lasts
+// (library code that an application calls from inside a cancellable scope).
+class NoCancellation {
+  public:
+    NoCancellation();
+    ~NoCancellation();
+    NoCancellation(const NoCancellation&) = delete;
+    NoCancellation& operator=(const NoCancellation&) = delete;
+
+  private:
+    int previous_;
 };
 
 // Sleeps the calling thread; Sleep(0) gives up the rest of its time slice.

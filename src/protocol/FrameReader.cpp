@@ -34,6 +34,10 @@ size_t FrameReader::Prepare(size_t want, char** space) {
     return std::min(want, buffer_.size() - end_);
 }
 
+void FrameReader::Reserve(size_t bytes) {
+    if (buffer_.size() < bytes) buffer_.resize(bytes);
+}
+
 void FrameReader::Commit(size_t count) {
     end_ = std::min(end_ + count, buffer_.size());
 }

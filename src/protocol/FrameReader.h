@@ -57,6 +57,12 @@ public:
     int ContentType() const;
 
     size_t Buffered() const { return end_ - start_; }
+    // Bytes the buffer holds room for: what arrived, plus at most one read's
+    // space, never what a head announced.
+    size_t Capacity() const { return buffer_.capacity(); }
+    // Makes room for reads of up to bytes at once (a receiver that reads
+    // ahead sizes its buffer itself, not by any head's word).
+    void Reserve(size_t bytes);
     // Drops everything buffered, as a closed connection drops its bytes.
     void Clear();
 

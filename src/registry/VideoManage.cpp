@@ -3,30 +3,12 @@
 #include <new>
 
 #include "client/Client.h"
-#include "client/Commands.h"
 #include "log/Log.h"
 #include "platform/Thread.h"
 #include "util/FieldText.h"
+#include "util/Ids.h"
 
 namespace kerrow {
-namespace {
-
-// The number source lives for the whole process; the lock is never destroyed
-// so that a late thread can still draw a number during unload.
-struct IdSource {
-    uint32_t counter = 0;
-    platform::CriticalSection lock;
-};
-
-IdSource*& IdsPointer() {
-    static IdSource* ids = new IdSource();
-    return ids;
-}
-
-IdSource& Ids() { return *IdsPointer(); }
-
-}  // namespace
-
 VideoManage::VideoManage() = default;
 
 VideoManage::~VideoManage() {
@@ -34,25 +16,11 @@ VideoManage::~VideoManage() {
     for (auto& entry : clients_) entry.second.release();
 }
 
-uint32_t VideoManage::NextId() {
-    IdSource& ids = Ids();
-    platform::CriticalSectionGuard guard(ids.lock);
-    if (ids.counter == 0) ids.counter = 1;
-    uint32_t id = ids.counter;
-    ids.counter = (ids.counter + 1) % 0xFFFFFFFFu;
-    return id;
-}
+uint32_t VideoManage::NextId() { return ids::Next(); }
 
-void VideoManage::FreeNumberSource() {
-    delete IdsPointer();
-    IdsPointer() = nullptr;
-}
+void VideoManage::FreeNumberSource() { ids::Free(); }
 
-void VideoManage::SetNextIdForTesting(uint32_t next) {
-    IdSource& ids = Ids();
-    platform::CriticalSectionGuard guard(ids.lock);
-    ids.counter = next;
-}
+void VideoManage::SetNextIdForTesting(uint32_t next) { ids::SetNextForTesting(next); }
 
 uint32_t VideoManage::Connect(const ConnectionRecord* record, int32_t* result) {
     *result = kResultOk;

@@ -6,6 +6,7 @@
 #include "platform/Files.h"
 #include "protocol/MediaMessages.h"
 #include "protocol/Methods.h"
+#include "transfer/Transfer.h"
 #include "transfer/TransferTexts.h"
 
 namespace kerrow {
@@ -13,15 +14,15 @@ namespace kerrow {
 int32_t Client::StartDownload(const MediaRequest& request, const std::string& localPath,
                               uint32_t* handle) {
     // One download at a time per connection; nothing is logged or recorded.
-    if (GetTransferKind() == kTransferDownload &&
-        fileHandle_.load() != platform::kInvalidFileHandle) {
-        return kResultBadArgument;
+    if (GetTransferKind() == kTransferDownload && transfer_) {
+        platform::CriticalSectionGuard guard(transfer_->lock);
+        if (transfer_->file.IsOpen()) return kResultBadArgument;
     }
 
-    // An earlier target still open on this connection is replaced, not closed.
-    const int32_t file = platform::CreateFileForWrite(localPath);
-    fileHandle_.store(file);
-    if (file == platform::kInvalidFileHandle) {
+    // The target is the start's until a transfer takes it; a start that
+    // fails leaves it open until a later start or the end of the Client.
+    startFile_ = platform::File(platform::CreateFileForWrite(localPath));
+    if (!startFile_.IsOpen()) {
         KLOG_INFO << "打开下载文件：" << localPath << "失败！";
         SetLastError(kResultFile);
         return kResultFile;
@@ -47,8 +48,11 @@ int32_t Client::StopDownload(uint32_t transferTaskId) {
 
     // The worker is gone before the file is closed, so no write follows.
     Close();
-    const int32_t file = fileHandle_.exchange(platform::kInvalidFileHandle);
-    if (file != platform::kInvalidFileHandle) platform::CloseFile(file);
+    if (transfer_) {
+        // The worker is cut off by now: no write can follow the close.
+        platform::CriticalSectionGuard guard(transfer_->lock);
+        transfer_->file.Close();
+    }
     SetTransferKind(kTransferNone);
     transferHandle_.store(0);
     return kResultOk;

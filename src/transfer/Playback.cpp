@@ -4,6 +4,7 @@
 #include "client/Client.h"
 #include "log/Log.h"
 #include "protocol/MediaMessages.h"
+#include "transfer/Transfer.h"
 #include "transfer/TransferTexts.h"
 #include "util/TimeText.h"
 
@@ -38,7 +39,7 @@ int32_t Client::RunPlayControl(const PlayControl& control, const char* sending, 
     if (ackBit == kUnconfirmed) return kResultOk;
 
     // The worker reads again as soon as resume is sent.
-    if (ackBit == kAckResume) paused_.store(false);
+    if (ackBit == kAckResume && transfer_) transfer_->SetPaused(false);
 
     bool acknowledged = false;
     const int64_t deadline = Now64() + kAckWaitSeconds;
@@ -56,7 +57,7 @@ int32_t Client::RunPlayControl(const PlayControl& control, const char* sending, 
     if ((controlFlags_.load() & kNetworkBroken) != 0) result = kResultNetwork;
 
     // Paused even when the server did not confirm: the worker stops reading.
-    if (ackBit == kAckPause) paused_.store(true);
+    if (ackBit == kAckPause && transfer_) transfer_->SetPaused(true);
     return result;
 }
 
@@ -82,8 +83,10 @@ int32_t Client::PlayFast(const PlayControl& control) {
 
 int32_t Client::StopPlay(const PlayControl& control) {
     // Nothing more reaches the application from here on.
-    dataCallback_.store(nullptr);
-    callbackUser_.store(nullptr);
+    if (transfer_) {
+        transfer_->dataCallback.store(nullptr);
+        transfer_->callbackUser.store(nullptr);
+    }
 
     std::string message;
     BuildPlayControlRequest(control, message);

@@ -5,8 +5,8 @@
 // (download) or nowhere (backup).
 #include <tinyxml.h>
 
+#include <algorithm>
 #include <cstring>
-#include <memory>
 #include <new>
 
 #include "client/Client.h"
@@ -15,35 +15,23 @@
 #include "platform/Files.h"
 #include "protocol/Elements.h"
 #include "protocol/Envelope.h"
+#include "protocol/FrameReader.h"
 #include "protocol/Methods.h"
 #include "protocol/Replies.h"
-#include "transfer/WorkerScope.h"
+#include "transfer/Transfer.h"
 #include "util/TimeText.h"
 
 namespace kerrow {
 namespace {
 
-constexpr size_t kMessageBufferSize = 40960;  // the largest message accepted
-constexpr uint32_t kIdleWaitMs = 10;          // after a read that found nothing
-constexpr uint32_t kPauseIdleMs = 1;
+// One read takes whatever the socket holds, up to this much; the frame
+// reader cuts the messages out of it.
+constexpr size_t kReadAheadBytes = 256 * 1024;
+constexpr uint32_t kIdleWaitMs = 10;     // after a read that found nothing
 constexpr int64_t kSilenceSeconds = 30;  // a message body that stalls this long ends the transfer
 
 bool IsHeaderBlock(int contentType) { return contentType == 1 || contentType == 3; }
 bool IsDataBlock(int contentType) { return contentType == 2 || contentType == 4; }
-
-// The last header block, copied once and kept until it has been handed on.
-struct HeaderHold {
-    std::unique_ptr<uint8_t[]> copy;
-    uint32_t length = 0;
-    bool pending = false;
-    bool delivered = false;
-
-    void Release() {
-        delivered = true;
-        pending = false;
-        copy.reset();
-    }
-};
 
 // What became of a complete message.
 enum class Handled {
@@ -54,29 +42,41 @@ enum class Handled {
 
 }  // namespace
 
-void Client::ReceiveLoop() {
-    std::unique_ptr<char[]> buffer(new char[kMessageBufferSize]);
-    long received = 0;
+void Client::ReceiveLoop(Transfer& transfer) {
+    // Bytes read ahead are dropped with the reader when the loop ends (the
+    // end notice, a stop, a failure), as the closed socket's would be.
+    FrameReader reader(kTransferLimits);
+    reader.Reserve(kReadAheadBytes);
+    const char* message = nullptr;  // the complete message being handled
     long total = 0;
-    bool headComplete = false;
-    bool messageComplete = false;
-    HeaderHold header;
+    bool held = false;  // the message waits, whole, to be handled again
+    Transfer::HeaderHold& header = transfer.header;
 
-    auto stopWithLinkClosed = [this] {
-        workerStopRequest_.store(true);
+    auto stopWithLinkClosed = [this, &transfer] {
+        transfer.stopRequest.store(true);
         if (!connection_->IsClosed()) connection_->Close();
     };
-    auto writeToFile = [this](const void* data, uint32_t length) {
-        const int32_t file = fileHandle_.load();
-        if (file != platform::kInvalidFileHandle) platform::WriteFile(file, data, length);
+    // Sleeps until the socket is readable, a stop or resume wakes the
+    // worker, or (inside a message) the body's stall would be due.
+    auto awaitData = [this, &transfer](bool inBody) {
+        uint32_t wait = platform::kInfinite;
+        if (inBody) {
+            const int64_t left = lastActive_.load() + kSilenceSeconds - Now64();
+            wait = left <= 0
+                       ? 0
+                       : static_cast<uint32_t>(std::min<int64_t>(left, kSilenceSeconds)) * 1000;
+        }
+        transfer.AwaitReadable(connection_->Socket(), wait);
+    };
+    auto writeToFile = [&transfer](const void* data, uint32_t length) {
+        if (transfer.file.IsOpen()) platform::WriteFile(transfer.file.Get(), data, length);
     };
     // The callback may stop the transfer, or disconnect and so destroy this
     // Client; in that case the worker ends right after it.
-    auto deliver = [this](PlayDataCallBack callback, int contentType, const uint8_t* data,
-                          uint32_t length) {
-        callback(connectionId_, transferHandle_.load(), static_cast<uint32_t>(contentType), data,
-                 length, callbackUser_.load());
-        transfer::LeaveIfClientGone();
+    auto deliver = [this, &transfer](PlayDataCallBack callback, int contentType,
+                                     const uint8_t* data, uint32_t length) {
+        transfer.CallData(callback, connectionId_, static_cast<uint32_t>(contentType), data,
+                          length);
     };
     auto deliverHeader = [&](PlayDataCallBack callback, int contentType) {
         deliver(callback, contentType, header.copy.get(), header.length);
@@ -87,7 +87,7 @@ void Client::ReceiveLoop() {
     // other reply, which acknowledges every waiting play control at once.
     auto handleNotice = [&]() -> Handled {
         TiXmlDocument document;
-        if (!ParseDocument(buffer.get(), static_cast<size_t>(total), document)) {
+        if (!ParseDocument(message, static_cast<size_t>(total), document)) {
             return Handled::Hold;
         }
         const int32_t method = ReadMethod(document);
@@ -97,14 +97,11 @@ void Client::ReceiveLoop() {
             case kMethodBackup: {
                 // Any of the three ends any kind of transfer.
                 KLOG_INFO << "播放、下载或备份完成！";
-                SetProgress(100);
-                workerStopRequest_.store(true);
-                if (method == kMethodDownload) {
-                    const int32_t file = fileHandle_.exchange(platform::kInvalidFileHandle);
-                    if (file != platform::kInvalidFileHandle) platform::CloseFile(file);
-                }
+                transfer.progress.store(100);
+                transfer.stopRequest.store(true);
+                if (method == kMethodDownload) transfer.file.Close();
                 if (!connection_->IsClosed()) connection_->Close();
-                NotifyTerminal(true);
+                transfer.CallTerminal(connectionId_, true);
                 break;
             }
             case kMethodPlayProgress:
@@ -114,7 +111,7 @@ void Client::ReceiveLoop() {
                 int32_t position = 0;
                 ParseProgress(document, clientId, position);
                 KLOG_INFO << "收到进度:" << position;
-                SetProgress(position);
+                transfer.progress.store(position);
                 break;
             }
             default:
@@ -135,7 +132,7 @@ void Client::ReceiveLoop() {
             header.copy.reset(new (std::nothrow) uint8_t[length]);
             if (!header.copy) {
                 KLOG_INFO << "header data new memory err,size:" << length;
-                workerStopRequest_.store(true);
+                transfer.stopRequest.store(true);
                 return Handled::Exit;
             }
             std::memcpy(header.copy.get(), payload, length);
@@ -144,7 +141,7 @@ void Client::ReceiveLoop() {
         switch (GetTransferKind()) {
             case kTransferPlay: {
                 // Nothing is lost before the application binds its callback.
-                PlayDataCallBack callback = dataCallback_.load();
+                PlayDataCallBack callback = transfer.dataCallback.load();
                 if (callback == nullptr) return Handled::Hold;
                 if (header.pending && !header.delivered) deliverHeader(callback, contentType);
                 break;
@@ -166,12 +163,12 @@ void Client::ReceiveLoop() {
         if (length == 0) return Handled::Done;
         switch (GetTransferKind()) {
             case kTransferPlay: {
-                PlayDataCallBack callback = dataCallback_.load();
+                PlayDataCallBack callback = transfer.dataCallback.load();
                 if (callback == nullptr) return Handled::Hold;
                 if (header.pending && !header.delivered) {
                     deliverHeader(callback, contentType);
                     // A stop inside that call unbinds the callback.
-                    callback = dataCallback_.load();
+                    callback = transfer.dataCallback.load();
                     if (callback == nullptr) break;
                 }
                 deliver(callback, contentType, payload, length);
@@ -191,8 +188,8 @@ void Client::ReceiveLoop() {
     };
 
     auto handleMessage = [&]() -> Handled {
-        const int contentType = ReadContentType(buffer.get(), static_cast<size_t>(total));
-        const auto* payload = reinterpret_cast<const uint8_t*>(buffer.get()) + kDataHeadSize;
+        const int contentType = ReadContentType(message, static_cast<size_t>(total));
+        const auto* payload = reinterpret_cast<const uint8_t*>(message) + kDataHeadSize;
         const uint32_t length = total > static_cast<long>(kDataHeadSize)
                                     ? static_cast<uint32_t>(total) - kDataHeadSize
                                     : 0;
@@ -204,69 +201,84 @@ void Client::ReceiveLoop() {
     };
 
     for (;;) {
-        if (workerStopRequest_.load()) return;
-        if (paused_.load()) {
-            // The server's data waits in the socket meanwhile.
-            platform::Sleep(kPauseIdleMs);
+        if (transfer.stopRequest.load()) return;
+        if (transfer.paused.load()) {
+            // The server's data waits in the socket meanwhile. Resume, stop
+            // and close wake the worker; the time of its waking counts as
+            // activity, so a long pause never looks like a stalled body.
+            transfer.Idle(platform::kInfinite);
             UpdateActiveTime();
             continue;
         }
         if (connection_->IsClosed()) {
-            workerStopRequest_.store(true);
+            transfer.stopRequest.store(true);
             KLOG_INFO << "连接已断开";
             continue;
         }
 
-        if (!headComplete) {
-            const int32_t n = connection_->Read(buffer.get() + received,
-                                                static_cast<int32_t>(kHeadReadSize - received));
-            if (n < 0) {
-                workerStopRequest_.store(true);
-                KLOG_INFO << "接收错误 Receive headdata return -1";
-                SetLastError(kResultBadReply);
-                if (!connection_->IsClosed()) connection_->Close();
-                continue;
-            }
-            received += n;
-            if (received < static_cast<long>(kHeadReadSize)) {
-                // Silence between messages is not timed.
-                if (n == 0) connection_->WaitReadable(kIdleWaitMs);
-                continue;
-            }
-            const HeadCheck check = InspectHead(buffer.get(), kHeadReadSize, kTransferLimits);
-            total = check.total;
-            if (!check.accepted) {
-                stopWithLinkClosed();
-                KLOG_INFO << "接收错误 totallen：" << total;
-                continue;
-            }
-            headComplete = true;
-        } else {
-            // A held message asks for zero bytes here; the link decides
-            // whether that keeps it held or ends the transfer.
-            const int32_t n =
-                connection_->Read(buffer.get() + received, static_cast<int32_t>(total - received));
-            if (n < 0) {
+        if (held) {
+            // The held message is looked at again; nothing more is read
+            // meanwhile. The link decides what a read of no bytes answers.
+            if (connection_->Read(nullptr, 0) < 0) {
                 SetLastError(kResultNetwork);
-                workerStopRequest_.store(true);
+                transfer.stopRequest.store(true);
                 KLOG_INFO << "接收错误 Receive bodydata return -1";
                 if (!connection_->IsClosed()) connection_->Close();
                 continue;
             }
-            received += n;
-            if (received == total) messageComplete = true;
-            if (n == 0) connection_->WaitReadable(kIdleWaitMs);
+            transfer.Idle(kIdleWaitMs);  // a binding wakes it at once
+        } else {
+            // Messages already read ahead are handled before anything more
+            // is read, one a pass.
+            FrameReader::Result next = reader.Next();
+            if (next == FrameReader::Result::NeedMore) {
+                const bool headComplete = reader.Buffered() >= kHeadReadSize;
+                char* space = nullptr;
+                const size_t room = reader.Prepare(kReadAheadBytes, &space);
+                const int32_t n = connection_->Read(space, static_cast<int32_t>(room));
+                if (n < 0) {
+                    if (headComplete) {
+                        SetLastError(kResultNetwork);
+                        transfer.stopRequest.store(true);
+                        KLOG_INFO << "接收错误 Receive bodydata return -1";
+                    } else {
+                        transfer.stopRequest.store(true);
+                        KLOG_INFO << "接收错误 Receive headdata return -1";
+                        SetLastError(kResultBadReply);
+                    }
+                    if (!connection_->IsClosed()) connection_->Close();
+                    continue;
+                }
+                reader.Commit(static_cast<size_t>(n));
+                next = reader.Next();
+                if (next == FrameReader::Result::NeedMore) {
+                    if (n == 0) awaitData(reader.Buffered() >= kHeadReadSize);
+                    // Silence between messages is not timed; a stalled body is.
+                    if (reader.Buffered() < kHeadReadSize) continue;
+                }
+            }
+            if (next == FrameReader::Result::Rejected) {
+                total = reader.Total();
+                stopWithLinkClosed();
+                KLOG_INFO << "接收错误 totallen：" << total;
+                continue;
+            }
+            if (next == FrameReader::Result::Message) {
+                message = reader.Message();
+                total = reader.Total();
+            } else {
+                message = nullptr;
+            }
         }
 
-        if (messageComplete) {
+        if (message != nullptr) {
             const Handled handled = handleMessage();
             if (handled == Handled::Exit) return;
-            if (handled == Handled::Hold) continue;  // not timed either
+            held = handled == Handled::Hold;
+            if (held) continue;  // not timed either
             UpdateActiveTime();
-            headComplete = false;
-            messageComplete = false;
+            message = nullptr;
             total = 0;
-            received = 0;
         }
 
         if (Now64() - lastActive_.load() >= kSilenceSeconds) {

@@ -7,25 +7,32 @@
 #include "platform/Files.h"
 #include "protocol/Elements.h"
 #include "protocol/Replies.h"
-#include "registry/VideoManage.h"
+#include "util/Ids.h"
+#include "transfer/Transfer.h"
 #include "transfer/TransferTexts.h"
-#include "transfer/WorkerScope.h"
 
 namespace kerrow {
 namespace {
 
 constexpr int32_t kStartReplySeconds = 5;
-// The worker gives the start operation time to finish before it reads.
-constexpr uint32_t kWorkerStartDelayMs = 20;
+// A stop gives the worker this long to see the stop mark, then waits for it
+// at most kWorkerWaitMs before it ends it by force.
+constexpr uint32_t kWorkerStopGraceMs = 20;
+constexpr uint32_t kWorkerWaitMs = 100;
 
 }  // namespace
 
 int32_t Client::RunStart(const std::string& request, const TransferTexts& texts, uint32_t* handle) {
     const bool upload = texts.kind == kTransferUpload;
+    // The source goes with the transfer when one starts; the transfer's
+    // worker uses it under the transfer's lock.
     auto closeUploadSource = [this, upload] {
         if (!upload) return;
-        const int32_t file = fileHandle_.exchange(platform::kInvalidFileHandle);
-        if (file != platform::kInvalidFileHandle) platform::CloseFile(file);
+        startFile_.Close();
+        if (transfer_) {
+            platform::CriticalSectionGuard guard(transfer_->lock);
+            transfer_->file.Close();
+        }
     };
 
     KLOG_INFO << texts.sending << request;
@@ -67,20 +74,27 @@ int32_t Client::RunStart(const std::string& request, const TransferTexts& texts,
     // A ClientId means the server runs the transfer, whatever its code said:
     // the worker is started and the handle issued.
     if (transferTaskId_.load() != 0) {
-        if (texts.resetsProgress) SetProgress(0);
+        // A later start on this connection (a connection carries one
+        // transfer) finds the earlier one's stop mark already set.
+        const bool stopped = transfer_ && transfer_->StopRequested();
+        DetachTransfer();
+        if (texts.resetsProgress) progressValue_.store(0);
         SetTransferKind(texts.kind);
-        workerThread_ = platform::Thread::Create(&Client::TransferWorker, this);
-        if (workerThread_) {
-            workerThreadId_ = workerThread_->Id();
-        } else {
+        // The handle is drawn whether or not the thread can be made.
+        transferHandle_.store(ids::Next());
+        auto transfer = std::make_shared<Transfer>(this, texts.kind, transferHandle_.load(),
+                                                   progressValue_.load());
+        transfer->stopRequest.store(stopped);
+        transfer->file = std::move(startFile_);
+        // Callback setters and position queries read it beside the commands.
+        std::atomic_store(&transfer_, transfer);
+        if (!Transfer::Start(transfer)) {
             KLOG_INFO << texts.threadFailed;
-            workerThreadId_ = 0;
             SetTransferKind(kTransferNone);
             SetLastError(kResultNoThread);
             result = kResultNoThread;
         }
         workerRunning_.store(true);
-        transferHandle_.store(VideoManage::NextId());
         if (handle != nullptr) *handle = transferHandle_.load();
         if (texts.started != nullptr) KLOG_INFO << texts.started;
     } else if (texts.notStarted != nullptr) {
@@ -91,25 +105,60 @@ int32_t Client::RunStart(const std::string& request, const TransferTexts& texts,
     return result;
 }
 
-void Client::NotifyTerminal(bool finished) {
-    TerminalCallBack callback = terminalCallback_.load();
-    if (callback == nullptr) return;
-    callback(connectionId_, transferHandle_.load(), finished ? 1u : 0u, callbackUser_.load());
-    transfer::LeaveIfClientGone();
-    terminalCallback_.store(nullptr);
+void Client::StopWorker(bool force) {
+    if (!transfer_) return;
+    transfer_->RequestStop();
+    if (force) platform::Sleep(kWorkerStopGraceMs);
+    if (transfer_->WaitEnded(kWorkerWaitMs)) {
+        KLOG_INFO << "线程顺利退出";
+    } else if (force) {
+        // Acts at the next cancellation point inside the application's
+        // callback; a callback that never reaches one returns into a
+        // transfer cut off from this Client and ends there.
+        transfer_->Cancel();
+        KLOG_INFO << "强行结束线程";
+    }
+    transfer_->Detach();
 }
 
-uint32_t Client::TransferWorker(void* argument) {
-    if (argument == nullptr) return 0;
-    Client* client = static_cast<Client*>(argument);
-    transfer::WorkerScope scope(client);
-    platform::Sleep(kWorkerStartDelayMs);
-    if (client->GetTransferKind() == kTransferUpload) {
-        client->UploadLoop();
-    } else {
-        client->ReceiveLoop();
+void Client::DetachTransfer() {
+    if (transfer_) transfer_->Detach();
+}
+
+int32_t Client::GetProgress() const {
+    if (auto transfer = std::atomic_load(&transfer_)) return transfer->progress.load();
+    return progressValue_.load(std::memory_order_relaxed);
+}
+
+// A binding succeeds only while a transfer of the kind runs under the handle.
+std::shared_ptr<Transfer> Client::MayBind(int32_t kind, uint32_t connectionId,
+                                          uint32_t transferHandle, bool hasCallback) {
+    std::shared_ptr<Transfer> transfer = std::atomic_load(&transfer_);
+    if (connectionId != 0 && transferHandle != 0 && hasCallback && GetTransferKind() == kind &&
+        transferHandle_ == transferHandle && transfer) {
+        return transfer;
     }
-    KLOG_INFO << "线程任务正在退出 id：" << client->transferHandle_.load();
+    SetLastError(kResultBadArgument);
+    return nullptr;
+}
+
+int32_t Client::SetTerminalCallBack(int32_t kind, uint32_t connectionId, uint32_t transferHandle,
+                                    TerminalCallBack callback, void* user) {
+    auto transfer = MayBind(kind, connectionId, transferHandle, callback != nullptr);
+    if (!transfer) return -1;
+    transfer->terminalCallback.store(callback);
+    transfer->callbackUser.store(user);
+    return 0;
+}
+
+int32_t Client::SetPlayDataCallBack(uint32_t connectionId, uint32_t transferHandle,
+                                    PlayDataCallBack callback, void* user) {
+    auto transfer = MayBind(kTransferPlay, connectionId, transferHandle, callback != nullptr);
+    if (!transfer) return -1;
+    transfer->dataCallback.store(callback);
+    transfer->callbackUser.store(user);
+    // A message held for want of a callback goes at once.
+    transfer->Wake();
     return 0;
 }
 

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "client/Commands.h"
+#include "util/Results.h"
 
 namespace kerrow {
 

@@ -9,6 +9,7 @@
 #include "protocol/Envelope.h"
 #include "protocol/MediaMessages.h"
 #include "protocol/Methods.h"
+#include "transfer/Transfer.h"
 #include "transfer/TransferTexts.h"
 
 namespace kerrow {
@@ -25,9 +26,8 @@ constexpr uint32_t kPacePauseMs = 1;
 
 int32_t Client::StartUpload(const UploadRequest& request, const std::string& path,
                             uint32_t* handle) {
-    const int32_t file = platform::OpenFileForRead(path);
-    fileHandle_.store(file);
-    if (file == platform::kInvalidFileHandle) {
+    startFile_ = platform::File(platform::OpenFileForRead(path));
+    if (!startFile_.IsOpen()) {
         KLOG_INFO << "打开上传文件：" << path << "失败！";
         SetLastError(kResultFile);
         return kResultFile;
@@ -39,7 +39,7 @@ int32_t Client::StartUpload(const UploadRequest& request, const std::string& pat
     return RunStart(message, kUploadTexts, handle);
 }
 
-int32_t Client::SendUploadData(const uint8_t* data, uint32_t length) {
+int32_t Client::SendUploadData(const uint8_t* data, uint32_t length, Transfer& transfer) {
     if (length == 0 || data == nullptr) return 0;
 
     std::string head;
@@ -73,12 +73,12 @@ int32_t Client::SendUploadData(const uint8_t* data, uint32_t length) {
             }
             if (r < static_cast<int32_t>(chunk)) {
                 KLOG_INFO << "::Sleep(1500)";
-                platform::Sleep(kShortSendPauseMs);
+                transfer.Idle(kShortSendPauseMs);
             }
             messageLength -= r;
             sent += r;
             if (--paceCount == 0) {
-                platform::Sleep(kPacePauseMs);
+                transfer.Idle(kPacePauseMs);
                 paceCount = kSendsPerPause;
             }
         }

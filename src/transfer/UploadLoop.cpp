@@ -11,6 +11,7 @@
 #include "protocol/MediaMessages.h"
 #include "protocol/Methods.h"
 #include "protocol/Replies.h"
+#include "transfer/Transfer.h"
 #include "util/TimeText.h"
 
 namespace kerrow {
@@ -22,44 +23,41 @@ constexpr uint32_t kPaceSleepMs = 3;
 
 }  // namespace
 
-void Client::UploadLoop() {
+void Client::UploadLoop(Transfer& transfer) {
     std::vector<uint8_t> block(kBlockSize);
-    auto closeSource = [this] {
-        const int32_t file = fileHandle_.exchange(platform::kInvalidFileHandle);
-        if (file != platform::kInvalidFileHandle) platform::CloseFile(file);
-    };
+    auto closeSource = [&transfer] { transfer.file.Close(); };
 
-    while (!workerStopRequest_.load()) {
+    while (!transfer.stopRequest.load()) {
         platform::GetLocalTime(&createdAt_);
 
         uint32_t filled = 0;
         int32_t lastRead = 0;
         do {
             lastRead =
-                platform::ReadFile(fileHandle_.load(), block.data() + filled, kBlockSize - filled);
+                platform::ReadFile(transfer.file.Get(), block.data() + filled, kBlockSize - filled);
             if (lastRead > 0) filled += static_cast<uint32_t>(lastRead);
         } while (lastRead > 0 && filled < kBlockSize);
 
-        if (SendUploadData(block.data(), filled) == -1) {
+        if (SendUploadData(block.data(), filled, transfer) == -1) {
             // The cycle still counts the block and looks for the end.
             closeSource();
-            workerStopRequest_.store(true);
+            transfer.stopRequest.store(true);
         }
         uploadSentBytes_.fetch_add(filled);
 
         if (lastRead <= 0) {
             // End of the file, or the file could not be read further.
             closeSource();
-            workerStopRequest_.store(true);
+            transfer.stopRequest.store(true);
             if (uploadSentBytes_.load() == uploadTotalBytes_.load()) {
                 KLOG_INFO << "上传完成";
-                NotifyTerminal(true);
+                transfer.CallTerminal(connectionId_, true);
                 std::string notice;
                 BuildControlResponseMessage(kMethodUpload, transferTaskId_.load(), 0, notice);
                 Send(notice.data(), static_cast<int32_t>(notice.size()));
             } else {
                 KLOG_INFO << "ReadFile error!";
-                NotifyTerminal(false);
+                transfer.CallTerminal(connectionId_, false);
             }
         }
 
@@ -71,8 +69,8 @@ void Client::UploadLoop() {
             ParseControlResponse(*reply, method, code);
             if (code > 0) {
                 SetLastError(code);
-                platform::CloseFile(fileHandle_.exchange(platform::kInvalidFileHandle));
-                workerStopRequest_.store(true);
+                transfer.file.Close();
+                transfer.stopRequest.store(true);
                 KLOG_INFO << "服务器端告知上传文件失败，错误码：" << code;
             }
         }
@@ -82,8 +80,8 @@ void Client::UploadLoop() {
         platform::GetLocalTime(&paceStart);
         const int32_t budget = kCycleMs - ElapsedMilliseconds(&createdAt_, &paceStart);
         for (int32_t i = 0; i < budget; ++i) {
-            if (workerStopRequest_.load()) break;
-            platform::Sleep(kPaceSleepMs);
+            if (transfer.stopRequest.load()) break;
+            transfer.Idle(kPaceSleepMs);
             platform::SystemTime now;
             platform::GetLocalTime(&now);
             if (ElapsedMilliseconds(&paceStart, &now) >= budget) break;

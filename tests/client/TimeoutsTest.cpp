@@ -2,6 +2,8 @@
 // with 11, and once a connection has timed out its later failures report 11
 // as well. Each case waits out the real time-out, so each is a test of its
 // own and the first runs all operations at once on separate connections.
+#include <sys/resource.h>
+
 #include <chrono>
 #include <future>
 
@@ -79,6 +81,35 @@ TEST_F(ClientTimeouts, AReplyStillTricklingInAtTheDeadlineIsATimeOut) {
     const Clock::time_point start = Clock::now();
     EXPECT_EQ(11, Kerrow_AddDevice(conn_));
     EXPECT_LT(Clock::now() - start, std::chrono::milliseconds(6500));
+}
+
+// Peak resident memory of the process, in KiB.
+long PeakKiB() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
+
+TEST_F(ClientTimeouts, AnAnnouncedTotalAllocatesNothingBeforeTheBytesCome) {
+    // Eight document waits whose heads announce 99,999,999 bytes and whose
+    // bodies stop after a few: nothing is reserved on the server's word.
+    constexpr size_t kWaits = 8;
+    std::vector<uint32_t> ids{conn_};
+    while (ids.size() < kWaits) ids.push_back(Open());
+    const std::string head = WithLengthDigits(ControlMessage(600, ""), "99999999");
+    server_.SetHandler([&head](const Request&) { return Reply::Now(head); });
+
+    const long before = PeakKiB();
+    std::vector<std::future<int>> results;
+    for (uint32_t id : ids) {
+        results.push_back(std::async(std::launch::async, [id] {
+            std::list<VideoFileInfo> list;
+            return Kerrow_GetVideoFileList(id, kCameraId, 1, "", TransferTime{}, TransferTime{},
+                                           &list);
+        }));
+    }
+    for (auto& result : results) EXPECT_EQ(11, result.get());
+    EXPECT_LT(PeakKiB() - before, 64 * 1024) << "KiB more at the peak";
 }
 
 }  // namespace

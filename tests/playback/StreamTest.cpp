@@ -99,6 +99,42 @@ TEST_F(PlaybackStream, ABrokenStreamEndsTheTransfer) {
     EXPECT_FALSE(LogHasMessage(Line("强行结束线程")));
 }
 
+// The worker reads ahead: many messages come in one read and are handed on
+// one by one, in order; what follows the end notice is dropped with it.
+TEST_F(PlaybackStream, MessagesReadTogetherAreHandledOneByOneAndNothingAfterTheEnd) {
+    const uint32_t handle = StartPlay(conn_);
+    BindPlay(conn_, handle);
+    std::string stream;
+    std::vector<Block> expected;
+    for (int i = 0; i < 60; ++i) {
+        const std::string bytes(100 + i * 500, static_cast<char>('a' + i % 26));
+        stream += FrameMessage(i % 2 ? "02" : "04", bytes);
+        expected.push_back({i % 2 ? 2u : 4u, bytes});
+    }
+    server_.Push(0, Reply::Now(stream + EndNotice(500) + FrameMessage("02", "after the end")));
+    ASSERT_TRUE(seen_.WaitEnds(1));
+    EXPECT_EQ(expected, seen_.Blocks());
+    EXPECT_EQ(0, Kerrow_StopVideoPlay(conn_, handle));
+}
+
+TEST_F(PlaybackStream, WhilePausedNothingIsDeliveredAndNothingMoreIsRead) {
+    AnswerOthers([](const Request& r) {
+        return r.Method() == 507 ? Reply::Now(ResultReply(507, 0)) : Reply::Never();
+    });
+    const uint32_t handle = StartPlay(conn_);
+    BindPlay(conn_, handle);
+    ASSERT_EQ(0, Kerrow_VideoPlayPause(conn_, handle));
+    std::string stream;
+    for (int i = 0; i < 20; ++i) stream += FrameMessage("02", std::string(3000, 'p'));
+    server_.Push(0, Reply::Now(stream));
+    ASSERT_TRUE(server_.WaitDrained(0));
+    EXPECT_FALSE(seen_.WaitBlocks(1, Millis(300))) << "a paused worker delivers nothing";
+    EXPECT_FALSE(ClientReadEverything(server_.Port())) << "and reads nothing";
+    ASSERT_EQ(0, Kerrow_VideoPlayResume(conn_, handle));
+    EXPECT_TRUE(seen_.WaitBlocks(20));
+    EXPECT_TRUE(ClientReadEverything(server_.Port()));
+}
+
 // The application stops or disconnects while its data callback runs, from
 // inside it or from another thread: nothing more is delivered, nothing hangs.
 TEST_F(PlaybackStream, StoppingWhileTheDataCallbackRunsDeliversNothingMore) {
