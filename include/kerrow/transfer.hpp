@@ -175,8 +175,14 @@ inline int stopExport(TransferKind kind, uint32_t id, uint32_t handle) {
 // then the library's stop, which ends the worker and closes its file.
 inline void stopLocked(ConnState& c) {
     if (!c.sink) return;
+    // An upload that ended by itself still tells the server from its worker
+    // that the file is complete; a stop now could overtake that notice. Its
+    // worker has already closed the file, and disconnecting waits for it.
+    const TransferState was = c.sink->state();
+    const bool uploadEnded = c.kind == TransferKind::Upload &&
+                             (was == TransferState::Finished || was == TransferState::EndedShort);
     c.sink->close();
-    if (c.connected) stopExport(c.kind, c.id, c.handle);
+    if (c.connected && !uploadEnded) stopExport(c.kind, c.id, c.handle);
     c.sink->end(TransferState::Stopped);
     c.retired.push_back(std::move(c.sink));
     c.handle = 0;

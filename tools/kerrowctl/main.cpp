@@ -78,6 +78,7 @@ int main(int argc, char** argv) {
     } catch (const kerrow::Error& e) {
         return fail(g, statusOf(e.code()), e.what(), e.code());
     } catch (const Failure& e) {
+        if (*e.what() == '\0') return e.status;  // already reported
         return fail(g, e.status, e.what());
     } catch (const std::exception& e) {
         return fail(g, kFailed, e.what());
