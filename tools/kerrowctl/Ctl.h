@@ -45,7 +45,7 @@ struct Usage : std::runtime_error {
 };
 
 struct Globals {
-    std::string server = "127.0.0.1:9000";
+    std::string server = "127.0.0.1:7000";  // kerrow-sim listens here by default
     int fallbackPort = 0;
     std::string camera;
     bool json = false;

@@ -1,6 +1,6 @@
 // kerrowctl: the command-line client of the video storage server, built on
 // the C++ layer of KerrowSDK. Global options come before the subcommand:
-//   kerrowctl --server 127.0.0.1:9000 --camera cam-1 --json files list
+//   kerrowctl --server 127.0.0.1:7000 --camera cam-1 --json files list
 #include <iostream>
 
 #include "Ctl.h"
