@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <atomic>
+#include <cstring>
 #include <fstream>
 #include <thread>
 
@@ -46,6 +47,34 @@ TEST(CppLayerErrors, EveryResultCodeHasAMeaningAndErrorsCarryIt) {
     }
     EXPECT_STREQ("unknown result code", message(110));
     EXPECT_STREQ("deleting the file failed", message(206));
+}
+
+TEST(CppLayerRecords, LocalDateTimesRoundTrip) {
+    const TransferTime cases[] = {
+        {2024, 2, 29, 23, 59, 59}, {2026, 1, 1, 0, 0, 0}, {1999, 12, 31, 12, 30, 5}};
+    for (const TransferTime& t : cases) {
+        const TransferTime back = toTransferTime(fromTransferTime(t));
+        EXPECT_EQ(0, std::memcmp(&t, &back, sizeof t)) << formatTime(fromTransferTime(t));
+    }
+    EXPECT_EQ("2024-02-29 23:59:59", formatTime(fromTransferTime(cases[0])));
+    const TransferTime zero{};
+    EXPECT_EQ(Time{}, fromTransferTime(zero));
+    const TransferTime none = toTransferTime(Time{});
+    EXPECT_EQ(0, std::memcmp(&zero, &none, sizeof zero));
+}
+
+TEST(CppLayerLibrary, NestsAndLeavesAnEarlierInitialisationAlone) {
+    EXPECT_EQ(1, Kerrow_GetTaskNum()) << "not initialised";
+    {
+        Library outer;
+        { Library inner; }
+        EXPECT_EQ(0, Kerrow_GetTaskNum()) << "still initialised while outer lives";
+    }
+    EXPECT_EQ(1, Kerrow_GetTaskNum());
+    ASSERT_EQ(0, Kerrow_Init());
+    { Library mine; }
+    EXPECT_EQ(0, Kerrow_GetTaskNum()) << "the application's own initialisation stays";
+    EXPECT_EQ(0, Kerrow_Release());
 }
 
 TEST_F(CppLayerTest, FailuresThrowTheirResultCode) {
