@@ -83,10 +83,17 @@ class Sink {
         std::lock_guard<std::mutex> lock(mutex_);
         return active_ > 0 && worker_ == std::this_thread::get_id();
     }
-    void end(TransferState state) {
+    // byWorker: the library's end callback said so; its worker has then
+    // closed the link (and a download's file) and is leaving by itself.
+    void end(TransferState state, bool byWorker = false) {
         std::lock_guard<std::mutex> lock(mutex_);
         if (state_ == TransferState::Running) state_ = state;
+        if (byWorker) byWorker_ = true;
         changed_.notify_all();
+    }
+    bool endedByWorker() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return byWorker_;
     }
     void fail(std::exception_ptr error) {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -118,6 +125,7 @@ class Sink {
     int active_ = 0;
     std::thread::id worker_;
     TransferState state_ = TransferState::Running;
+    bool byWorker_ = false;
     std::exception_ptr failure_;
 };
 
@@ -141,7 +149,7 @@ inline void KERROW_CALL onEnd(uint32_t, uint32_t, uint32_t finished, void* user)
     } catch (...) {
         sink->fail(std::current_exception());
     }
-    sink->end(finished != 0 ? TransferState::Finished : TransferState::EndedShort);
+    sink->end(finished != 0 ? TransferState::Finished : TransferState::EndedShort, true);
     sink->leave();
 }
 
@@ -175,14 +183,13 @@ inline int stopExport(TransferKind kind, uint32_t id, uint32_t handle) {
 // then the library's stop, which ends the worker and closes its file.
 inline void stopLocked(ConnState& c) {
     if (!c.sink) return;
-    // An upload that ended by itself still tells the server from its worker
-    // that the file is complete; a stop now could overtake that notice. Its
-    // worker has already closed the file, and disconnecting waits for it.
-    const TransferState was = c.sink->state();
-    const bool uploadEnded = c.kind == TransferKind::Upload &&
-                             (was == TransferState::Finished || was == TransferState::EndedShort);
+    // A transfer that ended by itself has a worker that is leaving on its
+    // own: it has closed the link (and the download's file), and an upload's
+    // worker still tells the server that the file is complete. A stop now
+    // would race that worker; disconnecting waits for it instead.
+    const bool ended = c.sink->endedByWorker();
     c.sink->close();
-    if (c.connected && !uploadEnded) stopExport(c.kind, c.id, c.handle);
+    if (c.connected && !ended) stopExport(c.kind, c.id, c.handle);
     c.sink->end(TransferState::Stopped);
     c.retired.push_back(std::move(c.sink));
     c.handle = 0;
