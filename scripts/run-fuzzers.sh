@@ -11,7 +11,7 @@ set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=${KERROW_FUZZ_BUILD_DIR:-$root/build/fuzz}
 seconds=${KERROW_FUZZ_SECONDS:-60}
-targets=(fuzz_framing fuzz_replies)
+targets=(fuzz_framing fuzz_replies fuzz_requests)
 
 cd "$root"
 # shellcheck disable=SC2086

@@ -47,8 +47,10 @@ std::string Control(const std::string& body) {
 
 TEST(DecodeEdge, FaultyMessagesGetAStatusAndAProblemNamingTheElement) {
     const std::string del = DeleteFile();
-    std::string deep;
+    std::string deep, swallowed;
     for (int i = 0; i < 5000; ++i) deep += "<a>";
+    // TinyXML takes the '<' behind a byte of 0xC9 as text: each <a> nests.
+    for (int i = 0; i < 5000; ++i) swallowed += "<a>\xC9</a>";
     struct Case {
         const char* name;
         std::string message;
@@ -67,6 +69,12 @@ TEST(DecodeEdge, FaultyMessagesGetAStatusAndAProblemNamingTheElement) {
         {"not xml", Edited(del, "</Modify>", "</Modfy>"), DecodeStatus::NotXml, ""},
         {"nested too deep", Control("<Method>516</Method>\n<Action>" + deep), DecodeStatus::NotXml,
          "elements nested too deep"},
+        {"nested behind lead bytes", Control("<Method>516</Method>\n<Action>" + swallowed),
+         DecodeStatus::NotXml, "elements nested too deep"},
+        {"comment", Edited(del, "<Modify>", "<Modify><!-- x -->"), DecodeStatus::NotXml,
+         "markup other than plain elements"},
+        {"attribute", Edited(del, "<Modify>", "<Modify a=\"1\">"), DecodeStatus::NotXml,
+         "markup other than plain elements"},
         {"no method", Edited(del, "<Method>516</Method>", ""), DecodeStatus::NoMethod,
          "Method element not found"},
         {"method not a number", Edited(del, "<Method>516", "<Method>5x6"), DecodeStatus::NoMethod,

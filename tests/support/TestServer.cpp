@@ -8,18 +8,15 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 
+#include "protocol/Envelope.h"
+#include "protocol/server/ServerReplies.h"
+
 namespace kerrow::test {
 namespace {
-
-constexpr size_t kHeadBytes = 63;
-constexpr size_t kLengthOffset = 55;
-constexpr size_t kLengthDigits = 8;
-constexpr size_t kTypeOffset = 93;
 
 void Fail(const char* what) {
     throw std::runtime_error(std::string("test server: ") + what + ": " + std::strerror(errno));
@@ -39,13 +36,11 @@ bool SendAll(int fd, const std::string& bytes) {
 }  // namespace
 
 std::string FrameMessage(const std::string& contentType, const std::string& body) {
-    std::string message =
-        "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n<ContentLength>00000000</ContentLength>\n"
-        "<ContentType>" +
-        contentType + "</ContentType>\n" + body;
-    char digits[16];
-    std::snprintf(digits, sizeof(digits), "%08lu", static_cast<unsigned long>(message.size()));
-    message.replace(kLengthOffset, kLengthDigits, digits, kLengthDigits);
+    std::string message;
+    BuildDataHead(message);
+    message.replace(kContentTypeOffset, kContentTypeDigits, contentType, 0, kContentTypeDigits);
+    message += body;
+    StampContentLength(message);
     return message;
 }
 
@@ -55,8 +50,9 @@ std::string ControlMessage(int method, const std::string& actionLines) {
 }
 
 std::string ResultReply(int method, int code) {
-    return ControlMessage(method, "    <ControlResponse>\n        <Code>" + std::to_string(code) +
-                                      "</Code>\n    </ControlResponse>\n");
+    std::string message;
+    BuildResultReply(method, code, message);
+    return message;
 }
 
 std::string WithLengthDigits(std::string message, const std::string& digits) {
@@ -74,8 +70,8 @@ std::string TextOf(const std::string& message, const std::string& element) {
 }
 
 int Request::ContentType() const {
-    if (bytes.size() < kTypeOffset + 2) return -1;
-    return std::atoi(bytes.substr(kTypeOffset, 2).c_str());
+    if (bytes.size() < kContentTypeOffset + kContentTypeDigits) return -1;
+    return ReadContentType(bytes.data(), bytes.size());
 }
 
 int Request::Method() const {
@@ -224,7 +220,8 @@ void TestServer::AcceptLoop() {
 }
 
 void TestServer::ReadLoop(Conn* conn) {
-    std::string pending;
+    // The reader of a document wait: any total from 64 up.
+    FrameReader frames(kDocumentWaitLimits);
     bool framing = true;
     char buffer[65536];
     for (;;) {
@@ -236,8 +233,8 @@ void TestServer::ReadLoop(Conn* conn) {
             conn->received.append(buffer, static_cast<size_t>(n));
         }
         if (framing) {
-            pending.append(buffer, static_cast<size_t>(n));
-            framing = TakeFrames(conn, pending);
+            frames.Feed(buffer, static_cast<size_t>(n));
+            framing = TakeFrames(conn, frames);
         }
     }
     std::lock_guard<std::mutex> lock(mutex_);
@@ -245,26 +242,23 @@ void TestServer::ReadLoop(Conn* conn) {
     changed_.notify_all();
 }
 
-// Cuts complete messages off the front of pending and answers each one;
-// false once the length digits of a head made no sense.
-bool TestServer::TakeFrames(Conn* conn, std::string& pending) {
-    while (pending.size() >= kHeadBytes) {
-        // The eight digits are read as atol reads them: up to the first
-        // character that is not a digit.
-        const long total = std::atol(pending.substr(kLengthOffset, kLengthDigits).c_str());
-        if (total <= static_cast<long>(kHeadBytes)) {
+// Answers every complete message that frames holds; false once the length
+// digits of a head made no sense.
+bool TestServer::TakeFrames(Conn* conn, FrameReader& frames) {
+    for (;;) {
+        const FrameReader::Result result = frames.Next();
+        if (result == FrameReader::Result::NeedMore) return true;
+        if (result == FrameReader::Result::Rejected) {
+            frames.Clear();
             std::lock_guard<std::mutex> lock(mutex_);
             conn->garbled = true;
             changed_.notify_all();
-            pending.clear();
             return false;
         }
-        if (pending.size() < static_cast<size_t>(total)) return true;
 
         Request request;
         request.connection = conn->number;
-        request.bytes = pending.substr(0, static_cast<size_t>(total));
-        pending.erase(0, static_cast<size_t>(total));
+        request.bytes.assign(frames.Message(), static_cast<size_t>(frames.Total()));
 
         Handler handler;
         {
@@ -290,7 +284,6 @@ bool TestServer::TakeFrames(Conn* conn, std::string& pending) {
         ++conn->requestCount;
         changed_.notify_all();
     }
-    return true;
 }
 
 void TestServer::WriteLoop(Conn* conn) {

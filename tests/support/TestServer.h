@@ -14,8 +14,10 @@
 // being read and recorded while a slow reply or a stream is being written.
 // All waits are bounded; Stop (or the destructor) ends every thread.
 //
-// Only the standard library and POSIX sockets are used, so the server works
-// with the shared library seen from outside as well as with its parts.
+// Messages are cut by the protocol's FrameReader and the replies printed by
+// the server's builders, both from kerrow_protocol_server, a static copy of
+// the protocol code: the server works with the shared library seen from
+// outside as well as with its parts.
 #pragma once
 
 #include <chrono>
@@ -29,6 +31,8 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "protocol/FrameReader.h"
 
 namespace kerrow::test {
 
@@ -131,7 +135,7 @@ class TestServer {
     void AcceptLoop();
     void ReadLoop(Conn* conn);
     void WriteLoop(Conn* conn);
-    bool TakeFrames(Conn* conn, std::string& pending);
+    bool TakeFrames(Conn* conn, FrameReader& frames);
     void Enqueue(Conn* conn, Reply reply);  // lock held
     Conn* Find(size_t connection) const;    // lock held; null when unknown
 

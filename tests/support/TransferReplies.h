@@ -8,26 +8,30 @@
 #include <string>
 #include <thread>
 
+#include "protocol/server/ServerReplies.h"
 #include "support/TestServer.h"
 
 namespace kerrow::test {
 
-// The start reply: the transfer's ClientId (0: none) and the result code.
+// The start reply: the transfer's ClientId (0: none, the result reply alone)
+// and the result code.
 inline std::string StartReply(int method, uint32_t clientId, int code) {
-    std::string lines;
-    if (clientId != 0) lines = "    <ClientId>" + std::to_string(clientId) + "</ClientId>\n";
-    return ControlMessage(method, lines + "    <ControlResponse>\n        <Code>" +
-                                      std::to_string(code) + "</Code>\n    </ControlResponse>\n");
+    if (clientId == 0) return ResultReply(method, code);
+    std::string message;
+    BuildStartReply(method, clientId, code, message);
+    return message;
 }
 
 // A progress notice (508, 512, 517) and an end notice (500, 510, 515).
 inline std::string Progress(int method, uint32_t clientId, int position) {
-    return ControlMessage(method, "    <ClientId>" + std::to_string(clientId) +
-                                      "</ClientId>\n    <Position>" + std::to_string(position) +
-                                      "</Position>\n");
+    std::string message;
+    BuildProgressNotice(method, clientId, position, message);
+    return message;
 }
 inline std::string EndNotice(int method, uint32_t clientId) {
-    return ControlMessage(method, "    <ClientId>" + std::to_string(clientId) + "</ClientId>\n");
+    std::string message;
+    BuildEndNotice(method, clientId, message);
+    return message;
 }
 
 // Polls a state that the worker changes until it holds or the time runs out.

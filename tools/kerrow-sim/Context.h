@@ -35,7 +35,7 @@ struct Context {
 
     uint32_t NewClientId();
 
-private:
+  private:
     std::mutex logMutex_;
     std::ostream* log_ = nullptr;
 };

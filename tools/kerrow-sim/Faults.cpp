@@ -10,10 +10,14 @@ struct ActionName {
     const char* name;
 };
 constexpr ActionName kActions[] = {
-    {FaultAction::Delay, "delay"},           {FaultAction::NoReply, "no_reply"},
-    {FaultAction::CloseBefore, "close"},     {FaultAction::CloseMidway, "close_midway"},
-    {FaultAction::BadLength, "bad_length"},  {FaultAction::NotXml, "not_xml"},
-    {FaultAction::Code, "code"},             {FaultAction::Stall, "stall"},
+    {FaultAction::Delay, "delay"},
+    {FaultAction::NoReply, "no_reply"},
+    {FaultAction::CloseBefore, "close"},
+    {FaultAction::CloseMidway, "close_midway"},
+    {FaultAction::BadLength, "bad_length"},
+    {FaultAction::NotXml, "not_xml"},
+    {FaultAction::Code, "code"},
+    {FaultAction::Stall, "stall"},
     {FaultAction::Cut, "cut"},
 };
 

@@ -31,10 +31,10 @@ struct FaultRule {
     uint64_t connection = 0;  // 0: any connection; n: the n-th accepted
     int times = -1;           // how many requests it may still hit; -1: no limit
     FaultAction action = FaultAction::Delay;
-    int ms = 0;                           // Delay, Stall
-    std::string digits = "99999999";      // BadLength: eight characters
-    int code = 1;                         // Code
-    uint64_t afterBytes = 0;              // Stall, Cut
+    int ms = 0;                       // Delay, Stall
+    std::string digits = "99999999";  // BadLength: eight characters
+    int code = 1;                     // Code
+    uint64_t afterBytes = 0;          // Stall, Cut
 };
 
 const char* FaultActionName(FaultAction action);
@@ -43,13 +43,13 @@ const char* FaultActionName(FaultAction action);
 bool ParseFaultRules(const std::string& json, std::vector<FaultRule>* rules, std::string* error);
 
 class FaultRules {
-public:
+  public:
     bool Set(const std::string& json, std::string* error);
     // The rule that applies to a request, counting it against the rule's
     // times; nothing when the simulator behaves.
     std::optional<FaultRule> Match(int method, const std::string& camera, uint64_t connection);
 
-private:
+  private:
     std::mutex mutex_;
     std::vector<FaultRule> rules_;
 };

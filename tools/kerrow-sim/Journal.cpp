@@ -34,19 +34,20 @@ bool Journal::Open(const std::string& path, std::string* error) {
 void Journal::Write(const JournalEntry& entry) {
     std::lock_guard<std::mutex> lock(mutex_);
     if (!file_.is_open()) return;
-    nlohmann::json line;
+    nlohmann::ordered_json line;
     line["time"] = JournalTime();
     line["connection"] = entry.connection;
     line["event"] = entry.event;
     line["method"] = entry.method;
-    nlohmann::json fields = nlohmann::json::object();
+    line["kind"] = entry.kind;
+    nlohmann::ordered_json fields = nlohmann::ordered_json::object();
     // Texts a client sent may hold any bytes; the journal keeps them readable.
     for (const auto& [path, text] : entry.fields) fields[path] = text;
     line["fields"] = fields;
-    line["code"] = entry.replied ? nlohmann::json(entry.code) : nlohmann::json(nullptr);
+    line["code"] = entry.replied ? nlohmann::ordered_json(entry.code) : nlohmann::ordered_json();
     line["outcome"] = entry.outcome;
     if (entry.event == "transfer") line["bytes"] = entry.bytes;
-    file_ << line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+    file_ << line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
     file_.flush();
 }
 

@@ -17,23 +17,24 @@ using Fields = std::vector<std::pair<std::string, std::string>>;
 
 struct JournalEntry {
     uint64_t connection = 0;
-    int method = -1;         // -1: no Method could be read
-    std::string event;       // "request" or "transfer"
-    Fields fields;           // the request's leaf elements, path then text
-    bool replied = false;    // a reply (or notice) carrying code was sent
-    int code = 0;            // the reply's Code
-    std::string outcome;     // what the simulator did, in words
-    uint64_t bytes = 0;      // transfers: media bytes moved
+    int method = -1;       // -1: no Method could be read
+    std::string kind;      // the request's name ("AddDevice", "Download", ...)
+    std::string event;     // "request" or "transfer"
+    Fields fields;         // the request's leaf elements, path then text
+    bool replied = false;  // a reply (or notice) carrying code was sent
+    int code = 0;          // the reply's Code
+    std::string outcome;   // what the simulator did, in words
+    uint64_t bytes = 0;    // transfers: media bytes moved
 };
 
 class Journal {
-public:
+  public:
     // Empty path: journal nothing.
     bool Open(const std::string& path, std::string* error);
     void Write(const JournalEntry& entry);
     void Close();
 
-private:
+  private:
     std::mutex mutex_;
     std::ofstream file_;
 };

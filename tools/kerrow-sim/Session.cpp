@@ -58,6 +58,25 @@ std::string RequestCamera(const ServerRequest& request) {
     return std::visit(CameraOf{}, request.record);
 }
 
+std::string Session::TransferCamera(const ServerRequest& request) const {
+    // A request by file names no camera: the file's camera counts.
+    uint32_t fileId = 0;
+    int16_t recordType = -1;
+    if (const auto* media = std::get_if<MediaRequest>(&request.record)) {
+        if (media->PlayType != 1) return media->CameraGUID;
+        fileId = media->FileID;
+        recordType = static_cast<int16_t>(media->RecordType);
+    } else if (const auto* file = std::get_if<FileRecord>(&request.record)) {
+        fileId = file->fileId;
+        recordType = file->recordType;
+    } else {
+        return RequestCamera(request);
+    }
+    StoredFile stored;
+    if (context_.store->FindFile(fileId, recordType, &stored) != kStoreOk) return "";
+    return stored.entry.cameraGuid;
+}
+
 Session::Session(Context& context, Socket socket, uint64_t number, std::string peer)
     : context_(context), socket_(std::move(socket)), number_(number), peer_(std::move(peer)) {}
 
@@ -67,7 +86,7 @@ void Session::Run() {
         ServerRequest request;
         DecodeStatus status;
         if (!Poll(250, &request, &status)) continue;
-        if (Handle(request, status) == Next::Close) break;
+        if (Handle(request, status) == Next::Close || framingLost_) break;
     }
     socket_.Shutdown();
     context_.Log("conn " + std::to_string(number_) + " closed");
@@ -88,12 +107,12 @@ bool Session::Poll(int timeoutMs, ServerRequest* request, DecodeStatus* status) 
                 request->problems.push_back("length digits out of range: " +
                                             std::to_string(reader_.Total()));
                 *status = DecodeStatus::BadLength;
-                closed_ = true;
+                framingLost_ = true;
                 return true;
             case FrameReader::Result::NeedMore:
                 break;
         }
-        if (closed_) return false;
+        if (closed_ || framingLost_) return false;
         char* space = nullptr;
         size_t room = reader_.Prepare(FrameReader::kGrowStep, &space);
         long n = socket_.Read(space, room, timeoutMs);
@@ -125,6 +144,7 @@ void Session::Record(const ServerRequest& request, const Outcome& outcome) {
     JournalEntry entry;
     entry.connection = number_;
     entry.method = request.method;
+    entry.kind = RequestKindName(request.kind);
     entry.event = "request";
     entry.fields = request.fields;
     entry.replied = outcome.replied;
@@ -189,8 +209,9 @@ Session::Next Session::Handle(const ServerRequest& request, DecodeStatus status)
     if (status != DecodeStatus::Ok) {
         std::string why = DecodeStatusName(status);
         if (!request.problems.empty()) why += ": " + request.problems.front();
-        return Refuse(request, status == DecodeStatus::UnknownMethod ? int{kUnknownMethod} : int{kBadRequest},
-                      why);
+        return Refuse(
+            request, status == DecodeStatus::UnknownMethod ? int{kUnknownMethod} : int{kBadRequest},
+            why);
     }
     std::optional<FaultRule> fault;
     switch (request.kind) {
@@ -205,7 +226,7 @@ Session::Next Session::Handle(const ServerRequest& request, DecodeStatus status)
         case RequestKind::Download:
         case RequestKind::Backup:
         case RequestKind::Upload:
-            fault = context_.faults->Match(request.method, RequestCamera(request), number_);
+            fault = context_.faults->Match(request.method, TransferCamera(request), number_);
             if (request.kind == RequestKind::Backup) return Backup(request, fault);
             if (request.kind == RequestKind::Upload) return Upload(request, fault);
             return Stream(request, fault);
@@ -235,8 +256,7 @@ Session::Next Session::Handle(const ServerRequest& request, DecodeStatus status)
         BuildResultReply(request.method, code, reply);
         outcome.code = code;
         outcome.text = "not carried out";
-        if (fault->action == FaultAction::Code)
-            outcome.text += std::string(" [fault code]");
+        if (fault->action == FaultAction::Code) outcome.text += std::string(" [fault code]");
     }
     Next next = SendReply(reply, fault, &outcome);
     Record(request, outcome);

@@ -13,14 +13,14 @@
 
 #include "Context.h"
 #include "Socket.h"
-#include "protocol/Methods.h"
 #include "protocol/FrameReader.h"
+#include "protocol/Methods.h"
 #include "protocol/server/ServerRequest.h"
 
 namespace kerrow::sim {
 
 class Session {
-public:
+  public:
     Session(Context& context, Socket socket, uint64_t number, std::string peer);
     void Run();
     // From another thread: ends the connection, so Run returns soon.
@@ -28,7 +28,7 @@ public:
     bool Done() const { return done_.load(); }
     uint64_t Number() const { return number_; }
 
-private:
+  private:
     // The outcome of one request, for the log line and the journal.
     struct Outcome {
         bool replied = false;
@@ -48,6 +48,8 @@ private:
     void Record(const ServerRequest& request, const Outcome& outcome);
 
     Next Handle(const ServerRequest& request, DecodeStatus status);
+    // The camera of a transfer start, for the fault rules.
+    std::string TransferCamera(const ServerRequest& request) const;
     // Answers a request that cannot be carried out with a positive Code.
     Next Refuse(const ServerRequest& request, int code, const std::string& why);
     Outcome Control(const ServerRequest& request, std::string* reply);
@@ -65,6 +67,8 @@ private:
     // Media bytes of a transfer go through here: the stall and cut rules
     // count them.
     bool SendMedia(const std::string& bytes);
+    // False for a request that names another transfer by its ClientId.
+    bool OfThisTransfer(const ServerRequest& request) const;
     void Sleep(int ms);
     void EndTransfer(int method, const std::string& outcome, uint64_t bytes, bool replied);
 
@@ -75,10 +79,12 @@ private:
     FrameReader reader_{kServerRequestLimits};
     std::atomic<bool> done_{false};
     bool closed_ = false;
+    bool framingLost_ = false;             // length digits out of range: answer, then close
     std::optional<FaultRule> mediaFault_;  // stall or cut of the running transfer
     bool mediaFaultDone_ = false;
     uint64_t mediaBytes_ = 0;
-    uint32_t clientId_ = 0;  // the running transfer's number
+    uint32_t clientId_ = 0;     // the running transfer's number
+    std::string transferKind_;  // and its request's name
 };
 
 // The camera a request is about, for fault rules and the log; "" when none.

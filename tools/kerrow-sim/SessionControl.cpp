@@ -9,15 +9,24 @@ namespace {
 
 const char* ResultText(int code) {
     switch (code) {
-        case kStoreOk: return "ok";
-        case kBadRequest: return "bad request";
-        case kUnknownCamera: return "unknown camera";
-        case kUnknownPolicy: return "unknown policy";
-        case kUnknownTask: return "unknown task";
-        case kUnknownFile: return "unknown file";
-        case kProtectedFile: return "file is protected";
-        case kStorageFailure: return "storage failure";
-        default: return "refused";
+        case kStoreOk:
+            return "ok";
+        case kBadRequest:
+            return "bad request";
+        case kUnknownCamera:
+            return "unknown camera";
+        case kUnknownPolicy:
+            return "unknown policy";
+        case kUnknownTask:
+            return "unknown task";
+        case kUnknownFile:
+            return "unknown file";
+        case kProtectedFile:
+            return "file is protected";
+        case kStorageFailure:
+            return "storage failure";
+        default:
+            return "refused";
     }
 }
 

@@ -63,7 +63,8 @@ Session::Next Session::Stream(const ServerRequest& start, const std::optional<Fa
     StoreResult found = kBadRequest;
     if (media.PlayType == 1) {
         StoredFile file;
-        found = context_.store->FindFile(media.FileID, static_cast<int16_t>(media.RecordType), &file);
+        found =
+            context_.store->FindFile(media.FileID, static_cast<int16_t>(media.RecordType), &file);
         if (found == kStoreOk) files.push_back(file);
     } else if (media.PlayType == 2) {
         FileQuery query;
@@ -114,7 +115,9 @@ Session::Next Session::Stream(const ServerRequest& start, const std::optional<Fa
             break;
         }
         auto wait = std::chrono::duration_cast<std::chrono::milliseconds>(due - Clock::now());
-        int waitMs = paused ? 100 : play ? static_cast<int>(std::clamp<int64_t>(wait.count(), 0, 50)) : 0;
+        int waitMs = paused ? 100
+                     : play ? static_cast<int>(std::clamp<int64_t>(wait.count(), 0, 50))
+                            : 0;
         ServerRequest request;
         DecodeStatus status;
         if (Poll(waitMs, &request, &status)) {
@@ -122,7 +125,12 @@ Session::Next Session::Stream(const ServerRequest& start, const std::optional<Fa
                 Refuse(request, kBadRequest, DecodeStatusName(status));
                 continue;
             }
-            if (request.kind == RequestKind::StopPlay || request.kind == RequestKind::StopDownload) {
+            if (!OfThisTransfer(request)) {
+                Refuse(request, kNoSuchTransfer, "another transfer's ClientId");
+                continue;
+            }
+            if (request.kind == RequestKind::StopPlay ||
+                request.kind == RequestKind::StopDownload) {
                 Record(request, Outcome{false, 0, "stopped"});
                 outcome = "stopped by the client";
                 break;
@@ -172,8 +180,7 @@ Session::Next Session::Stream(const ServerRequest& start, const std::optional<Fa
             std::string ack;
             BuildPlayControlAck(clientId_, answer.code, ack);
             auto controlFault = context_.faults->Match(request.method, camera, number_);
-            if (controlFault && controlFault->action == FaultAction::Delay)
-                Sleep(controlFault->ms);
+            if (controlFault && controlFault->action == FaultAction::Delay) Sleep(controlFault->ms);
             if (controlFault && controlFault->action == FaultAction::Code) {
                 BuildPlayControlAck(clientId_, controlFault->code, ack);
                 answer.code = controlFault->code;
@@ -200,7 +207,8 @@ Session::Next Session::Stream(const ServerRequest& start, const std::optional<Fa
             continue;
         } else {
             size_t most = kMaxMediaPayload;
-            if (play) most = static_cast<size_t>(std::clamp(piece.rate * speed / 10, 2048.0, 40850.0));
+            if (play)
+                most = static_cast<size_t>(std::clamp(piece.rate * speed / 10, 2048.0, 40850.0));
             payload = static_cast<size_t>(std::min<uint64_t>(most, piece.size - offset));
             if (!ReadAt(piece, offset, payload, &block)) {
                 outcome = "stored file could not be read";
@@ -213,8 +221,9 @@ Session::Next Session::Stream(const ServerRequest& start, const std::optional<Fa
             if (!SendMedia(message)) continue;  // the loop's head says why
             sent += payload;
         }
-        if (play) due += std::chrono::microseconds(
-                      static_cast<int64_t>(1e6 * static_cast<double>(payload) / (piece.rate * speed)));
+        if (play)
+            due += std::chrono::microseconds(
+                static_cast<int64_t>(1e6 * static_cast<double>(payload) / (piece.rate * speed)));
         int percent = total == 0 ? 100 : static_cast<int>((before + offset) * 100 / total);
         bool report = play ? Clock::now() >= nextProgress : percent >= lastPercent + 10;
         if (report && percent < 100) {

@@ -15,6 +15,7 @@ bool Session::AnswerStart(const ServerRequest& start, const std::optional<FaultR
                           int code, const std::string& text) {
     Outcome outcome;
     outcome.text = text;
+    transferKind_ = RequestKindName(start.kind);
     std::optional<FaultRule> replyFault;
     mediaFault_.reset();
     mediaFaultDone_ = false;
@@ -49,6 +50,10 @@ bool Session::AnswerStart(const ServerRequest& start, const std::optional<FaultR
     return accepted && !closed_;
 }
 
+bool Session::OfThisTransfer(const ServerRequest& request) const {
+    return !request.hasClientId || request.clientId == clientId_;
+}
+
 bool Session::SendMedia(const std::string& bytes) {
     if (mediaFault_ && !mediaFaultDone_ && mediaBytes_ + bytes.size() > mediaFault_->afterBytes) {
         size_t first = mediaFault_->afterBytes > mediaBytes_
@@ -65,8 +70,8 @@ bool Session::SendMedia(const std::string& bytes) {
             return false;
         }
         context_.Log("conn " + std::to_string(number_) + " [fault stall] " +
-                     std::to_string(mediaFault_->ms) + " ms after " +
-                     std::to_string(mediaBytes_) + " bytes");
+                     std::to_string(mediaFault_->ms) + " ms after " + std::to_string(mediaBytes_) +
+                     " bytes");
         Sleep(mediaFault_->ms);
         if (!Send(bytes.substr(first))) return false;
         mediaBytes_ += bytes.size() - first;
@@ -81,6 +86,7 @@ void Session::EndTransfer(int method, const std::string& outcome, uint64_t bytes
     JournalEntry entry;
     entry.connection = number_;
     entry.method = method;
+    entry.kind = transferKind_;
     entry.event = "transfer";
     entry.fields.emplace_back("ClientId", std::to_string(clientId_));
     entry.replied = replied;
@@ -101,7 +107,8 @@ Session::Next Session::Backup(const ServerRequest& start, const std::optional<Fa
     for (int position = 0; position < 100; position += 10) {
         std::string notice;
         BuildProgressNotice(kMethodBackupProgress, clientId_, position, notice);
-        if (!Send(notice)) return (EndTransfer(start.method, "connection lost", 0, false), Next::Close);
+        if (!Send(notice))
+            return (EndTransfer(start.method, "connection lost", 0, false), Next::Close);
         ServerRequest request;
         DecodeStatus status;
         if (Poll(50, &request, &status) && request.kind == RequestKind::StopBackup) {
@@ -150,16 +157,20 @@ Session::Next Session::Upload(const ServerRequest& start, const std::optional<Fa
     const uint64_t announced = static_cast<uint64_t>(upload.FileSize);
     uint64_t received = 0;
     std::string outcome = "connection lost";
-    while (!closed_ && !context_.stopping.load()) {
+    while (!closed_ && !framingLost_ && !context_.stopping.load()) {
         ServerRequest request;
         DecodeStatus status;
         if (!Poll(250, &request, &status)) continue;
         if (status == DecodeStatus::Ok && request.kind == RequestKind::UploadData) {
             // Bytes beyond the announced size are counted, not stored.
             if (received < announced)
-                file.write(request.data, static_cast<std::streamsize>(
-                                             std::min<uint64_t>(request.dataSize, announced - received)));
+                file.write(request.data, static_cast<std::streamsize>(std::min<uint64_t>(
+                                             request.dataSize, announced - received)));
             received += request.dataSize;
+            continue;
+        }
+        if (status == DecodeStatus::Ok && !OfThisTransfer(request)) {
+            Refuse(request, kNoSuchTransfer, "another transfer's ClientId");
             continue;
         }
         if (status == DecodeStatus::Ok && request.kind == RequestKind::StopUpload) {
@@ -173,8 +184,8 @@ Session::Next Session::Upload(const ServerRequest& start, const std::optional<Fa
         }
         file.close();
         int result = kUploadIncomplete;
-        std::string text = "received " + std::to_string(received) + " of " +
-                           std::to_string(announced) + " bytes";
+        std::string text =
+            "received " + std::to_string(received) + " of " + std::to_string(announced) + " bytes";
         FileEntry entry;
         if (received == announced && file) {
             result = context_.store->AddUploadedFile(upload, path, WallClockNow(), &entry);

@@ -129,7 +129,8 @@ bool Simulator::Start(std::string* error) {
     if (s.options.seed) {
         StoreResult seeded = s.store->Seed(WallClockNow());
         if (seeded == kStoreNotEmpty) {
-            if (s.options.log) *s.options.log << "data directory not empty: not seeded" << std::endl;
+            if (s.options.log)
+                *s.options.log << "data directory not empty: not seeded" << std::endl;
         } else if (seeded != kStoreOk) {
             *error = "seeding the data directory failed";
             s.store.reset();

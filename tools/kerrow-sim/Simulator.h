@@ -21,7 +21,7 @@ struct Options {
 };
 
 class Simulator {
-public:
+  public:
     explicit Simulator(Options options);
     ~Simulator();  // Stop()
     Simulator(const Simulator&) = delete;
@@ -31,9 +31,9 @@ public:
     uint16_t Port() const;           // the port it listens on
     bool SetFaults(const std::string& json,
                    std::string* error);  // replaces the rules at run time (same JSON as --faults)
-    void Stop();  // closes listener and connections, saves state; idempotent
+    void Stop();                         // closes listener and connections, saves state; idempotent
 
-private:
+  private:
     struct Impl;
     std::unique_ptr<Impl> impl_;
 };

@@ -74,7 +74,13 @@ Socket Socket::Accept(int timeoutMs, std::string* peer) const {
     sockaddr_in address{};
     socklen_t length = sizeof address;
     int fd = ::accept4(fd_, reinterpret_cast<sockaddr*>(&address), &length, SOCK_CLOEXEC);
-    if (fd < 0) return Socket();
+    if (fd < 0) {
+        // Out of descriptors: the pending connection stays queued; waiting a
+        // little keeps the caller from spinning on it.
+        if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM)
+            ::poll(nullptr, 0, 50);
+        return Socket();
+    }
     int one = 1;
     ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
     if (peer) {

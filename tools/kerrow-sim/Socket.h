@@ -10,7 +10,7 @@
 namespace kerrow::sim {
 
 class Socket {
-public:
+  public:
     Socket() = default;
     explicit Socket(int fd) : fd_(fd) {}
     ~Socket();
@@ -41,7 +41,7 @@ public:
     void Shutdown() const;
     void Close();
 
-private:
+  private:
     int fd_ = -1;
 };
 

@@ -32,9 +32,11 @@ int main(int argc, char** argv) {
     app.add_option("--listen", listen, "HOST:PORT to listen on (port 0: any free port)")
         ->capture_default_str();
     app.add_option("--data", options.dataDir, "data directory (created when missing)")->required();
-    app.add_flag("--seed", options.seed, "on an empty data directory: cam-1..cam-3 with recordings");
+    app.add_flag("--seed", options.seed,
+                 "on an empty data directory: cam-1..cam-3 with recordings");
     app.add_option("--faults", options.faultsFile, "JSON file of fault rules");
-    app.add_option("--journal", options.journalFile, "file to append JSON lines of every request to");
+    app.add_option("--journal", options.journalFile,
+                   "file to append JSON lines of every request to");
     CLI11_PARSE(app, argc, argv);
     if (!SplitListen(listen, &options.host, &options.port)) {
         std::cerr << "kerrow-sim: --listen wants HOST:PORT, got " << listen << std::endl;

@@ -2,7 +2,9 @@
 
 #include <tinyxml.h>
 
+#include <cctype>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <utility>
 
@@ -21,41 +23,55 @@ constexpr int kMaxNesting = 32;
 // Control requests are a few hundred bytes; a message above this is refused
 // before it is parsed.
 constexpr size_t kMaxControlMessage = 64 * 1024;
+constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>";
+constexpr size_t kDeclarationSize = sizeof kDeclaration - 1;
 
-// An upper bound of the element nesting of a text: opening tags count up,
-// closing tags and "/>" inside a tag count down, quoted attribute values are
-// skipped. Comments and declarations may count up, never down.
-int NestingBound(const char* text, size_t size) {
-    int depth = 0;
-    int deepest = 0;
-    bool inTag = false;
-    char quote = 0;
-    for (size_t i = 0; i < size; ++i) {
-        const char c = text[i];
-        const char next = i + 1 < size ? text[i + 1] : '\0';
-        if (quote != 0) {
-            if (c == quote) quote = 0;
-        } else if (inTag) {
-            if (c == '"' || c == '\'') {
-                quote = c;
-            } else if (c == '/' && next == '>') {
-                if (depth > 0) --depth;
-            } else if (c == '>') {
-                inTag = false;
-            }
-        } else if (c == '<') {
-            inTag = true;
-            if (next == '/') {
-                if (depth > 0) --depth;
-            } else if (next != '?' && next != '!') {
-                if (++depth > deepest) deepest = depth;
-            }
-        }
-    }
-    return deepest;
+bool NameStart(char c) { return std::isalpha(static_cast<unsigned char>(c)) || c == '_'; }
+bool NameChar(char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '-' || c == '.';
 }
 
-// Every leaf below element, with its path.
+// No byte of 0x80 or above among the three before text[at].
+bool AsciiBefore(const char* text, size_t at) {
+    for (size_t back = 1; back <= 3 && back <= at; ++back) {
+        if (static_cast<unsigned char>(text[at - back]) >= 0x80) return false;
+    }
+    return true;
+}
+
+// Checks that the text after the declaration holds nothing but what a
+// client prints: text without '<', and tags <Name>, </Name> and <Name />.
+// With no comments, sections, instructions or attributes, every '<' starts a
+// tag and counting them bounds the nesting. One exception: TinyXML reads a
+// byte of 0x80 or above together with up to three bytes behind it, so the
+// '<' of a closing tag right behind such a byte may be text to it, and that
+// element stays open; such a closing tag is not counted. Sets deepest; false
+// at the first other markup.
+bool PlainMarkup(const char* text, size_t size, int& deepest) {
+    int depth = 0;
+    deepest = 0;
+    for (size_t i = kDeclarationSize; i < size; ++i) {
+        if (text[i] != '<') continue;
+        size_t at = i + 1;
+        const bool closing = at < size && text[at] == '/';
+        if (closing) ++at;
+        if (at >= size || !NameStart(text[at])) return false;
+        while (at < size && NameChar(text[at])) ++at;
+        while (at < size && text[at] == ' ') ++at;
+        const bool empty = !closing && at < size && text[at] == '/';
+        if (empty) ++at;
+        if (at >= size || text[at] != '>') return false;
+        if (closing) {
+            if (depth > 0 && AsciiBefore(text, i)) --depth;
+        } else if (!empty && ++depth > deepest) {
+            deepest = depth;
+        }
+        i = at;
+    }
+    return true;
+}
+
+// Every leaf from element down, with its path.
 void CollectFields(const TiXmlElement* element, const std::string& path, int depth,
                    ServerRequest& out) {
     if (depth > kMaxNesting) return;
@@ -67,7 +83,7 @@ void CollectFields(const TiXmlElement* element, const std::string& path, int dep
     }
     for (; child != nullptr; child = child->NextSiblingElement()) {
         const std::string name = child->Value();
-        CollectFields(child, path.empty() ? name : path + "/" + name, depth + 1, out);
+        CollectFields(child, path + "/" + name, depth + 1, out);
     }
 }
 
@@ -179,7 +195,12 @@ DecodeStatus DecodeRequest(const char* message, size_t size, ServerRequest& out)
         return Refuse(out, DecodeStatus::BadLength,
                       "control message of " + std::to_string(size) + " bytes");
     }
-    if (NestingBound(message, size) > kMaxNesting) {
+    int deepest = 0;
+    if (size < kDeclarationSize || std::memcmp(message, kDeclaration, kDeclarationSize) != 0 ||
+        !PlainMarkup(message, size, deepest)) {
+        return Refuse(out, DecodeStatus::NotXml, "markup other than plain elements");
+    }
+    if (deepest > kMaxNesting) {
         return Refuse(out, DecodeStatus::NotXml, "elements nested too deep");
     }
     TiXmlDocument document;
@@ -195,7 +216,10 @@ DecodeStatus DecodeRequest(const char* message, size_t size, ServerRequest& out)
     out.method = static_cast<int32_t>(number);
 
     if (const TiXmlElement* action = document.FirstChildElement("Action")) {
-        CollectFields(action, std::string(), 0, out);
+        for (const TiXmlElement* child = action->FirstChildElement(); child != nullptr;
+             child = child->NextSiblingElement()) {
+            CollectFields(child, child->Value(), 1, out);
+        }
         const TiXmlElement* clientId = action->FirstChildElement("ClientId");
         if (clientId != nullptr && ParseInteger(clientId->GetText(), 0, UINT32_MAX, number)) {
             out.hasClientId = true;

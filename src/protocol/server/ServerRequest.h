@@ -81,10 +81,14 @@ enum class DecodeStatus {
     Ok,              // kind and record are set, the request is whole
     Incomplete,      // kind and record are set as far as the message went;
                      // problems names the missing or malformed elements
-    BadLength,       // fewer than 64 bytes, or length digits that disagree
-                     // with the size given
+    BadLength,       // fewer than 64 bytes, length digits that disagree
+                     // with the size given, or a control message above
+                     // 64 KiB
     BadContentType,  // content type other than 00 and 01
-    NotXml,          // a control message that TinyXML cannot parse
+    NotXml,          // a control message that TinyXML cannot parse, that
+                     // holds markup a client never prints (comments,
+                     // sections, attributes, a declaration of its own) or
+                     // that nests elements more than 32 deep
     NoMethod,        // no Method, or one that is not a number
     UnknownMethod,   // a Method of no request (method holds it)
 };

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 
 #include "StoreImpl.h"
 #include "TimeText.h"
@@ -16,18 +15,6 @@ namespace {
 int64_t Bound(const std::string& text, int64_t open) {
     int64_t wall = 0;
     return ParseWallTime(text, &wall) ? wall : open;
-}
-
-// True when the file at path begins as a YUV4MPEG2 stream.
-bool LooksLikeY4m(const std::string& path) {
-    char head[10] = {};
-    FILE* f = std::fopen(path.c_str(), "rb");
-    if (f == nullptr) {
-        return false;
-    }
-    size_t n = std::fread(head, 1, sizeof head, f);
-    std::fclose(f);
-    return n == sizeof head && std::memcmp(head, "YUV4MPEG2 ", sizeof head) == 0;
 }
 
 }  // namespace
@@ -185,7 +172,7 @@ StoreResult Store::AddUploadedFile(const UploadRequest& request, const std::stri
     file.start = Bound(request.StartTime, now);
     file.end = std::max(file.start, Bound(request.EndTime, file.start));
     file.alarmDatetime = FormatWallTime(file.start);
-    file.extension = LooksLikeY4m(uploadPath) ? ".y4m" : ".bin";
+    file.extension = ".y4m";
     file.description = request.FileDesc;
     file.uploader = request.Uploader;
     file.label = request.Label;

@@ -1,6 +1,8 @@
 #include "Store.h"
 
 #include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -77,6 +79,12 @@ std::string StoredFileName(int16_t recordType, uint32_t fileId) {
     return name;
 }
 
+Store::Impl::~Impl() {
+    if (lockFd >= 0) {
+        close(lockFd);
+    }
+}
+
 Store::Store(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 
 Store::~Store() = default;
@@ -93,6 +101,13 @@ std::unique_ptr<Store> Store::Open(const std::string& dataDir, std::string* erro
             why = *dir + ": cannot create the directory";
             return nullptr;
         }
+    }
+    // One store at a time on a data directory: two would both finish the
+    // same recordings.
+    impl->lockFd = open((dataDir + "/store.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    if (impl->lockFd < 0 || flock(impl->lockFd, LOCK_EX | LOCK_NB) != 0) {
+        why = dataDir + ": the data directory is in use by another store";
+        return nullptr;
     }
     if (!impl->db.Open(dataDir + "/store.db", &why)) {
         return nullptr;

@@ -3,9 +3,11 @@
 // the catalogue of stored files with their media bytes.
 //
 // Everything lives under one data directory: the SQLite database "store.db"
-// (WAL journal) and the media files under "media/", one file per catalogue
-// entry, named by its twelve-digit stored file name plus ".y4m". A store
-// opened again on the same directory finds everything as it was left.
+// (WAL journal), the media files under "media/", one file per catalogue
+// entry, named by its twelve-digit stored file name plus ".y4m" (uploads
+// keep whatever bytes were uploaded), and uploads in progress under
+// "incoming/". A store opened again on the same directory finds everything
+// as it was left.
 //
 // Thread safety: every public member function may be called from any number
 // of threads at once; one mutex serialises them, so each call is atomic
@@ -71,13 +73,14 @@ constexpr uint32_t kMaxFileId = 2147483647u;
 // A catalogue entry with the path of its media bytes.
 struct StoredFile {
     FileEntry entry;
-    std::string path;  // absolute path of the media bytes (entry.fileSize bytes)
+    std::string path;  // the media bytes (entry.fileSize bytes), under the data directory
 };
 
 class Store {
   public:
     // Opens (creating when needed) the store in dataDir. nullptr on failure,
-    // with the reason in *error when error is not null.
+    // with the reason in *error when error is not null; a data directory
+    // that another open store (of any process) holds is refused.
     static std::unique_ptr<Store> Open(const std::string& dataDir, std::string* error);
     ~Store();
     Store(const Store&) = delete;
@@ -135,15 +138,16 @@ class Store {
     // kMaxRecordingSeconds). An unregistered camera is registered from the
     // alarm's camera fields. The recording task id in *taskId (may be null).
     StoreResult RaiseAlarm(const AlarmRequest& alarm, int64_t now, uint32_t* taskId);
-    // Ends the camera's running alarm recording now, storing its file.
-    // Nothing running: success. Unregistered camera: kUnknownCamera.
+    // Ends the camera's running alarm recording now (or when it was due, if
+    // that is earlier), storing its file. Nothing running: success.
+    // Unregistered camera: kUnknownCamera.
     StoreResult StopAlarm(const CameraSelector& camera, int64_t now);
     // Manual recording (the record type 3 form of the add-policy request):
     // as RaiseAlarm with record type 3, for request.maxRecordTime seconds,
     // of a registered camera only.
     StoreResult StartManualRecording(const AddPolicyRequest& request, int64_t now,
                                      uint32_t* taskId);
-    // Ends the camera's running manual recording now, storing its file.
+    // As StopAlarm, for the camera's running manual recording.
     StoreResult StopManualRecording(const CameraSelector& camera, int64_t now);
     // Finishes every recording whose end has come (end <= now): writes its
     // media, adds it to the catalogue (deletable) and marks the task
@@ -153,8 +157,8 @@ class Store {
     int64_t NextRecordingEnd();
 
     // ---- File catalogue --------------------------------------------------
-    // Files overlapping [startTime, endTime] (either bound empty or not a
-    // date-time text: open), ordered by start time then id. An empty
+    // Files overlapping [startTime, endTime], bounds included (either bound
+    // empty or not a date-time text: open), ordered by start time then id. An empty
     // cameraGuid matches every camera; recordType 0 or below every type.
     StoreResult ListFiles(const FileQuery& query, std::vector<FileEntry>* out);
     // The same selection with the media paths: the files of a time-span
@@ -179,11 +183,13 @@ class Store {
     // registered, otherwise the camera guid "upload". Its times are the
     // request's StartTime and EndTime (now when a text is not a date-time,
     // and never an end before the start); FileSize is the bytes' real size.
+    // On failure uploadPath may be gone; the caller removes what is left.
     StoreResult AddUploadedFile(const UploadRequest& request, const std::string& uploadPath,
                                 int64_t now, FileEntry* out);
 
     // ---- Seed ------------------------------------------------------------
-    // On a store without cameras and files only (kStoreNotEmpty otherwise):
+    // On a store without cameras, policies, tasks and files only
+    // (kStoreNotEmpty otherwise):
     // registers cam-1, cam-2 and cam-3 and stores three deletable recordings
     // of record type 1 for each, of 10 s each, during the hour before now.
     StoreResult Seed(int64_t now);

@@ -34,7 +34,9 @@ struct NewFile {
 
 class Store::Impl {
   public:
+    ~Impl();
     std::mutex mu;
+    int lockFd = -1;  // "store.lock", locked while the store is open
     Database db;
     std::string dir;
     std::string mediaDir;
