@@ -1,6 +1,8 @@
 // Typed records of the C++ layer and their conversion to and from the
 // fixed-layout records of KerrowSDK.h. Times are system_clock time points
 // read and written as local date-times; an all-zero date-time is Time{}.
+// Conversions go through time_t, which is 32 bits wide in the i386 flavour:
+// there, times after 2038-01-19 do not convert.
 #pragma once
 
 #include <time.h>

@@ -98,6 +98,7 @@ TEST_F(KerrowctlTest, JsonDocumentsOfTheControlCommands) {
 
 TEST_F(KerrowctlTest, TransfersReportTheirBytesWithoutAProgressBarOffATerminal) {
     const json files = Ctl({"--json", "files", "list"}).doc();
+    ASSERT_FALSE(files.empty());
     const std::string id = files[0]["id"];
     const int64_t size = files[0]["size"];
 
@@ -122,7 +123,9 @@ TEST_F(KerrowctlTest, TransfersReportTheirBytesWithoutAProgressBarOffATerminal) 
 }
 
 TEST_F(KerrowctlTest, ExitStatusNamesTheKindOfFailure) {
-    const std::string id = Ctl({"--json", "files", "list"}).doc()[0]["id"];
+    const json files = Ctl({"--json", "files", "list"}).doc();
+    ASSERT_FALSE(files.empty());
+    const std::string id = files[0]["id"];
     ASSERT_EQ(0, Ctl({"files", "protect", id}).status);
     const struct {
         const char* name;

@@ -19,9 +19,10 @@ struct FileArgs {
 
 }  // namespace
 
-// The span that stands for "all recordings".
+// The span that stands for "all recordings". It ends before 2038 so that
+// the 32-bit time_t of the i386 flavour holds it.
 kerrow::Time allFrom() { return parseTime("2000-01-01 00:00:00"); }
-kerrow::Time allTo() { return parseTime("2099-12-31 23:59:59"); }
+kerrow::Time allTo() { return parseTime("2037-12-31 23:59:59"); }
 
 void addFileCommands(CLI::App& app, Context& ctx, Action& action) {
     static FileArgs a;
