@@ -132,30 +132,54 @@ int32_t TcpsocketLink::Connect(const std::string& host, uint32_t port) {
     return 0;
 }
 
-void TcpsocketLink::DropSocket() {
-    ::close(m_fd);
-    m_fd = kInvalidSocket;
+void TcpsocketLink::DropSocket() { ::close(m_fd.exchange(kInvalidSocket)); }
+
+int32_t TcpsocketLink::Use() {
+    m_users.fetch_add(1);
+    return m_fd.load();
+}
+
+void TcpsocketLink::Done() {
+    if (m_users.fetch_sub(1) == 1) CloseWhenUnused();
+}
+
+void TcpsocketLink::CloseWhenUnused() {
+    if (m_users.load() != 0) return;
+    const int32_t fd = m_closing.exchange(kInvalidSocket);
+    if (fd != kInvalidSocket) ::close(fd);
 }
 
 // Also called on a link that is already closed: it then logs and hands -1 to
-// the socket calls, which refuse it harmlessly.
+// the socket calls, which refuse it harmlessly. The shutdown ends the
+// connection at once; the descriptor itself is closed by the last user.
 int32_t TcpsocketLink::Close() {
-    KLOG_INFO << "Close Socket!fd:" << m_fd;
-    ::shutdown(m_fd, SHUT_RDWR);
-    ::close(m_fd);
-    m_fd = kInvalidSocket;
-    m_closed = 1;
+    const int32_t fd = m_fd.exchange(kInvalidSocket);
+    KLOG_INFO << "Close Socket!fd:" << fd;
+    ::shutdown(fd, SHUT_RDWR);
+    m_closed.store(1);
+    if (fd == kInvalidSocket) {
+        ::close(fd);
+    } else {
+        m_closing.store(fd);
+        CloseWhenUnused();
+    }
     return 0;
 }
 
 int32_t TcpsocketLink::Read(char* buffer, int32_t length) {
-    if (m_closed != 0 || m_connected == 0) return -1;
+    if (m_closed.load() != 0 || m_connected.load() == 0) return -1;
     // Nothing asked, nothing done: a zero-byte recv would answer 0 with data
     // waiting and read as a peer that has gone. A worker holding a complete
     // message re-reads with a length of zero.
     if (length <= 0) return 0;
 
-    const ssize_t n = ::recv(m_fd, buffer, static_cast<size_t>(length), 0);
+    const int32_t fd = Use();
+    const ssize_t n =
+        fd == kInvalidSocket ? -1 : ::recv(fd, buffer, static_cast<size_t>(length), 0);
+    const int error = errno;
+    Done();
+    if (fd == kInvalidSocket) return -1;  // closed by another thread just now
+    errno = error;
     if (n == 0) {
         KLOG_INFO << "socket read has been disconnected!errno:" << WSAGetLastError();
         Close();
@@ -175,10 +199,16 @@ int32_t TcpsocketLink::Read(char* buffer, int32_t length) {
 
 // Sends never raise a signal: a peer that has gone away is a failed send.
 int32_t TcpsocketLink::Write(const char* buffer, int32_t length) {
-    if (m_closed != 0 || m_connected == 0) return -1;
+    if (m_closed.load() != 0 || m_connected.load() == 0) return -1;
     if (length <= 0) return 0;
 
-    const ssize_t n = ::send(m_fd, buffer, static_cast<size_t>(length), MSG_NOSIGNAL);
+    const int32_t fd = Use();
+    const ssize_t n =
+        fd == kInvalidSocket ? -1 : ::send(fd, buffer, static_cast<size_t>(length), MSG_NOSIGNAL);
+    const int error = errno;
+    Done();
+    if (fd == kInvalidSocket) return -1;  // closed by another thread just now
+    errno = error;
     if (n == 0) {
         KLOG_INFO << "socket write has been disconnected!errno:" << WSAGetLastError();
         Close();
@@ -198,9 +228,9 @@ int32_t TcpsocketLink::Write(const char* buffer, int32_t length) {
 
 int32_t TcpsocketLink::SetBufferSize(int option, uint32_t bytes, const char* failureText) {
     if (bytes == 0) return 0;
-    if (m_closed != 0) return -1;
+    if (m_closed.load() != 0) return -1;
     const int size = static_cast<int>(bytes);
-    if (::setsockopt(m_fd, SOL_SOCKET, option, &size, sizeof(size)) != 0) {
+    if (::setsockopt(m_fd.load(), SOL_SOCKET, option, &size, sizeof(size)) != 0) {
         RecordSocketError();
         std::fputs(failureText, stdout);
         return -1;
@@ -217,9 +247,9 @@ int32_t TcpsocketLink::SetWriteBuffer(uint32_t bytes) {
 }
 
 int32_t TcpsocketLink::SetBlockingMode(bool nonBlocking) {
-    if (m_closed != 0) return -1;
+    if (m_closed.load() != 0) return -1;
     int on = nonBlocking ? 1 : 0;
-    const int result = ::ioctl(m_fd, FIONBIO, &on);
+    const int result = ::ioctl(m_fd.load(), FIONBIO, &on);
     if (result != 0) {
         RecordSocketError();
         return kSocketError;
@@ -235,7 +265,7 @@ int32_t TcpsocketLink::SetBlocking() { return SetBlockingMode(false); }
 // write-buffer text.
 int32_t TcpsocketLink::SetReuseAddr() {
     const int on = 1;
-    if (::setsockopt(m_fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on)) != 0) {
+    if (::setsockopt(m_fd.load(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on)) != 0) {
         RecordSocketError();
         std::fputs("SetWriteBuffer error!\n", stdout);
         return -1;
@@ -248,14 +278,19 @@ std::string TcpsocketLink::GetErrorText() { return "Error#: " + std::to_string(W
 int32_t TcpsocketLink::GetLastError() { return WSAGetLastError(); }
 
 int32_t TcpsocketLink::WaitReadable(uint32_t milliseconds) {
-    if (m_closed != 0 || m_fd == kInvalidSocket) return -1;
+    if (m_closed.load() != 0 || m_fd.load() == kInvalidSocket) return -1;
     int timeout = -1;  // kInfinite waits without a limit
     if (milliseconds != platform::kInfinite) {
         timeout = milliseconds > static_cast<uint32_t>(INT_MAX) ? INT_MAX
                                                                 : static_cast<int>(milliseconds);
     }
-    pollfd entry = {m_fd, POLLIN, 0};
-    const int ready = ::poll(&entry, 1, timeout);
+    const int32_t fd = Use();
+    pollfd entry = {fd, POLLIN, 0};
+    const int ready = fd == kInvalidSocket ? -1 : ::poll(&entry, 1, timeout);
+    const int error = errno;
+    Done();
+    if (fd == kInvalidSocket) return -1;
+    errno = error;
     if (ready == 0) return 0;
     if (ready < 0) {
         // A signal cut the wait short: the caller checks its clock and waits

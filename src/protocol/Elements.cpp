@@ -3,6 +3,7 @@
 #include <tinyxml.h>
 
 #include "log/Log.h"
+#include "protocol/Nesting.h"
 #include "protocol/Numbers.h"
 
 namespace kerrow {
@@ -16,6 +17,11 @@ int32_t HeadNumber(const TiXmlElement* element) { return ReadLong32(element->Get
 }  // namespace
 
 bool ParseDocument(const char* message, size_t size, TiXmlDocument& document) {
+    if (ScanNesting(message, size).deepest > kMaxDocumentNesting) {
+        document.SetError(TiXmlBase::TIXML_ERROR_PARSING_ELEMENT, nullptr, nullptr,
+                          TIXML_ENCODING_UNKNOWN);
+        return false;
+    }
     std::string text;
     if (message != nullptr) text.assign(message, size);
     text.append(kParsePadding, '\0');

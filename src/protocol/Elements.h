@@ -13,10 +13,17 @@ class TiXmlElement;
 
 namespace kerrow {
 
-// Parses a received message as XML; false when TinyXML reports an error. The
-// text is parsed from a copy with zero bytes behind it: TinyXML reads a UTF-8
-// lead byte together with the bytes that should follow it, and so may step up
-// to three bytes past the end of a text that stops inside a character.
+// Replies nest six elements deep at most; a message that may nest deeper
+// than this is refused unparsed, as TinyXML's recursion would exhaust the
+// stack on thousands of levels.
+constexpr int kMaxDocumentNesting = 64;
+
+// Parses a received message as XML; false when TinyXML reports an error, or
+// (with the document's error set) when the message may nest deeper than
+// kMaxDocumentNesting. The text is parsed from a copy with zero bytes behind
+// it: TinyXML reads a UTF-8 lead byte together with the bytes that should
+// follow it, and so may step up to three bytes past the end of a text that
+// stops inside a character.
 bool ParseDocument(const char* message, size_t size, TiXmlDocument& document);
 
 // The element's text; "" when the element is null or has no text.

@@ -113,6 +113,23 @@ TEST_F(ClientResults, UnusableRepliesFailWithTheOperationsCode) {
     }
 }
 
+// A document reply of 1 MB that nests its elements as deep as it can fails
+// as a reply that is not XML, instead of exhausting the stack of TinyXML's
+// recursive parse: plainly, and with every closing tag read as part of the
+// character that a byte of 0xC9 starts.
+TEST_F(ClientResults, ADeeplyNestedDocumentReplyFailsAsNotXml) {
+    for (const std::string level : {"<a>", "<a>\xC9</a>"}) {
+        std::string body = "<Method>300</Method>\n<Action>\n";
+        while (body.size() < 1024 * 1024) body += level;
+        const Reply deep = Reply::Now(FrameMessage("00", body));
+        for (const Operation& op : AllOperations()) {
+            if (op.family == Family::Control) continue;
+            EXPECT_EQ(op.failureCode, OnFreshConnection(op, deep)) << op.name;
+            EXPECT_TRUE(LogHasMessage(Line(op.failed, 0))) << op.name;
+        }
+    }
+}
+
 TEST_F(ClientResults, AfterTheServerClosedEveryOperationFailsToSend) {
     server_.Script(Reply::Now(ResultReply(100, 0).substr(0, 80)).ThenClose());
     EXPECT_EQ(99, Kerrow_AddDevice(conn_));

@@ -134,6 +134,23 @@ TEST_F(Download, StreamIsWrittenWithoutHeadsUntilTheEndNoticeClosesTheFile) {
     EXPECT_EQ(1u, calls[0].finished);
 }
 
+// The worker closes the link at the end notice while the application's stop
+// writes to it, and a failed write closes it too: whichever closes first,
+// the stop answers as it would alone and the file and the link end closed.
+TEST_F(Download, StopRightAfterTheEndNoticeRacesTheWorkerCleanly) {
+    for (int round = 0; round < 20; ++round) {
+        const uint32_t connection = round == 0 ? conn_ : Open();
+        const std::string path = "race" + std::to_string(round) + ".bin";
+        const uint32_t handle = StartByTime(connection, path.c_str());
+        server_.Push(round, Reply::Now(FrameMessage("02", "tail") + EndNotice(510, kTaskId)));
+        ASSERT_TRUE(Eventually([&] { return ReadWhole(path) == "tail"; })) << round;
+        const int result = Kerrow_StopVideoDownLoad(connection, handle);
+        EXPECT_TRUE(result == 0 || result == 12) << round << ": " << result;
+        EXPECT_TRUE(server_.WaitClosed(round)) << round;
+        EXPECT_TRUE(Eventually([&] { return !HeldOpen(path); })) << round;
+    }
+}
+
 TEST_F(Download, StopSendsTheTaskIdAndClosesFileAndConnection) {
     const uint32_t handle = StartByTime(conn_, "stopped.bin");
     server_.Push(0, Reply::Now(FrameMessage("02", "partial")));

@@ -2,7 +2,6 @@
 
 #include <tinyxml.h>
 
-#include <cctype>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -10,66 +9,20 @@
 
 #include "protocol/Elements.h"
 #include "protocol/Methods.h"
+#include "protocol/Nesting.h"
 #include "protocol/server/ElementReader.h"
 
 namespace kerrow {
 namespace {
 
-// Requests nest seven elements deep at most. TinyXML parses, prints and
-// frees a document recursively, one call per level, so a message nesting
-// thousands of elements would exhaust the stack; such a message is refused
-// before it is parsed.
+// Requests nest seven elements deep at most; a message nesting deeper than
+// this is refused before it is parsed (protocol/Nesting.h).
 constexpr int kMaxNesting = 32;
 // Control requests are a few hundred bytes; a message above this is refused
 // before it is parsed.
 constexpr size_t kMaxControlMessage = 64 * 1024;
 constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>";
 constexpr size_t kDeclarationSize = sizeof kDeclaration - 1;
-
-bool NameStart(char c) { return std::isalpha(static_cast<unsigned char>(c)) || c == '_'; }
-bool NameChar(char c) {
-    return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '-' || c == '.';
-}
-
-// No byte of 0x80 or above among the three before text[at].
-bool AsciiBefore(const char* text, size_t at) {
-    for (size_t back = 1; back <= 3 && back <= at; ++back) {
-        if (static_cast<unsigned char>(text[at - back]) >= 0x80) return false;
-    }
-    return true;
-}
-
-// Checks that the text after the declaration holds nothing but what a
-// client prints: text without '<', and tags <Name>, </Name> and <Name />.
-// With no comments, sections, instructions or attributes, every '<' starts a
-// tag and counting them bounds the nesting. One exception: TinyXML reads a
-// byte of 0x80 or above together with up to three bytes behind it, so the
-// '<' of a closing tag right behind such a byte may be text to it, and that
-// element stays open; such a closing tag is not counted. Sets deepest; false
-// at the first other markup.
-bool PlainMarkup(const char* text, size_t size, int& deepest) {
-    int depth = 0;
-    deepest = 0;
-    for (size_t i = kDeclarationSize; i < size; ++i) {
-        if (text[i] != '<') continue;
-        size_t at = i + 1;
-        const bool closing = at < size && text[at] == '/';
-        if (closing) ++at;
-        if (at >= size || !NameStart(text[at])) return false;
-        while (at < size && NameChar(text[at])) ++at;
-        while (at < size && text[at] == ' ') ++at;
-        const bool empty = !closing && at < size && text[at] == '/';
-        if (empty) ++at;
-        if (at >= size || text[at] != '>') return false;
-        if (closing) {
-            if (depth > 0 && AsciiBefore(text, i)) --depth;
-        } else if (!empty && ++depth > deepest) {
-            deepest = depth;
-        }
-        i = at;
-    }
-    return true;
-}
 
 // Every leaf from element down, with its path.
 void CollectFields(const TiXmlElement* element, const std::string& path, int depth,
@@ -195,12 +148,17 @@ DecodeStatus DecodeRequest(const char* message, size_t size, ServerRequest& out)
         return Refuse(out, DecodeStatus::BadLength,
                       "control message of " + std::to_string(size) + " bytes");
     }
-    int deepest = 0;
-    if (size < kDeclarationSize || std::memcmp(message, kDeclaration, kDeclarationSize) != 0 ||
-        !PlainMarkup(message, size, deepest)) {
+    // Only what a client prints: the declaration, then text and plain tags.
+    // With no comments, sections, instructions or attributes, every '<'
+    // starts a tag and the nesting is known exactly.
+    if (size < kDeclarationSize || std::memcmp(message, kDeclaration, kDeclarationSize) != 0) {
         return Refuse(out, DecodeStatus::NotXml, "markup other than plain elements");
     }
-    if (deepest > kMaxNesting) {
+    const Nesting nesting = ScanNesting(message + kDeclarationSize, size - kDeclarationSize);
+    if (!nesting.plain) {
+        return Refuse(out, DecodeStatus::NotXml, "markup other than plain elements");
+    }
+    if (nesting.deepest > kMaxNesting) {
         return Refuse(out, DecodeStatus::NotXml, "elements nested too deep");
     }
     TiXmlDocument document;
