@@ -41,7 +41,7 @@ void CheckUploadFraming(const char* data, size_t size) {
     Require(payload == std::string(data, size));
 }
 
-// The framing of Part 3.1 applied to a whole stream: a head whose total is
+// The envelope's framing applied to a whole stream: a head whose total is
 // outside the limits is dropped (63 bytes), a message is taken whole.
 struct Cut {
     bool rejected;

@@ -8,8 +8,8 @@
 
 #include "log/Log.h"
 #include "net/Connection.h"
-#include "util/Ids.h"
 #include "util/FieldText.h"
+#include "util/Ids.h"
 #include "util/TimeText.h"
 
 namespace kerrow {

@@ -38,9 +38,7 @@ void FrameReader::Reserve(size_t bytes) {
     if (buffer_.size() < bytes) buffer_.resize(bytes);
 }
 
-void FrameReader::Commit(size_t count) {
-    end_ = std::min(end_ + count, buffer_.size());
-}
+void FrameReader::Commit(size_t count) { end_ = std::min(end_ + count, buffer_.size()); }
 
 void FrameReader::Feed(const char* data, size_t size) {
     while (size > 0) {
@@ -77,8 +75,6 @@ int FrameReader::ContentType() const {
     return ReadContentType(Message(), static_cast<size_t>(total_));
 }
 
-void FrameReader::Clear() {
-    start_ = end_ = 0;
-}
+void FrameReader::Clear() { start_ = end_ = 0; }
 
 }  // namespace kerrow

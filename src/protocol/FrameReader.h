@@ -21,7 +21,7 @@
 namespace kerrow {
 
 class FrameReader {
-public:
+  public:
     enum class Result {
         NeedMore,  // no complete head or message is buffered
         Message,   // Message() and Total() describe a complete message
@@ -68,7 +68,7 @@ public:
 
     static constexpr size_t kGrowStep = 64 * 1024;
 
-private:
+  private:
     FrameLimits limits_;
     std::vector<char> buffer_;
     size_t start_ = 0;  // first byte not yet consumed

@@ -7,9 +7,9 @@
 #include "platform/Files.h"
 #include "protocol/Elements.h"
 #include "protocol/Replies.h"
-#include "util/Ids.h"
 #include "transfer/Transfer.h"
 #include "transfer/TransferTexts.h"
+#include "util/Ids.h"
 
 namespace kerrow {
 namespace {
