@@ -5,6 +5,17 @@
 
 namespace kerrow {
 
+void FrameReader::Bytes::resize(size_t size) {
+    if (size > capacity_) {
+        const size_t capacity = std::max(size, capacity_ * 2);
+        std::unique_ptr<char[]> grown(new char[capacity]);  // left unset on purpose
+        if (size_ > 0) std::memcpy(grown.get(), data_.get(), size_);
+        data_ = std::move(grown);
+        capacity_ = capacity;
+    }
+    size_ = size;
+}
+
 size_t FrameReader::Wanted() const {
     const size_t have = end_ - start_;
     if (have < kHeadReadSize) {

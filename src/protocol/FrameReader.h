@@ -14,7 +14,7 @@
 #pragma once
 
 #include <cstddef>
-#include <vector>
+#include <memory>
 
 #include "protocol/Envelope.h"
 
@@ -70,7 +70,24 @@ class FrameReader {
 
   private:
     FrameLimits limits_;
-    std::vector<char> buffer_;
+    // Grows without setting its new bytes, so that room made for reading
+    // ahead costs no memory until bytes arrive in it (200 silent transfers
+    // keep their read-ahead room unresident).
+    class Bytes {
+      public:
+        char* data() { return data_.get(); }
+        const char* data() const { return data_.get(); }
+        size_t size() const { return size_; }
+        size_t capacity() const { return capacity_; }
+        void resize(size_t size);
+
+      private:
+        std::unique_ptr<char[]> data_;
+        size_t size_ = 0;
+        size_t capacity_ = 0;
+    };
+
+    Bytes buffer_;
     size_t start_ = 0;  // first byte not yet consumed
     size_t end_ = 0;    // one past the last byte received
     size_t messageStart_ = 0;
