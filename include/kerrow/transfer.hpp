@@ -133,22 +133,28 @@ inline void KERROW_CALL onData(uint32_t, uint32_t, uint32_t contentType, const u
                                uint32_t length, void* user) noexcept {
     auto* sink = static_cast<Sink*>(user);
     if (sink == nullptr || !sink->enter()) return;
+    // The exception is handed over only once its catch block has ended, so
+    // that the thread that rethrows it is its last owner.
+    std::exception_ptr error;
     try {
         if (sink->callbacks().data) sink->callbacks().data(contentType, data, length);
     } catch (...) {
-        sink->fail(std::current_exception());
+        error = std::current_exception();
     }
+    if (error) sink->fail(std::move(error));
     sink->leave();
 }
 
 inline void KERROW_CALL onEnd(uint32_t, uint32_t, uint32_t finished, void* user) noexcept {
     auto* sink = static_cast<Sink*>(user);
     if (sink == nullptr || !sink->enter()) return;
+    std::exception_ptr error;
     try {
         if (sink->callbacks().end) sink->callbacks().end(finished != 0);
     } catch (...) {
-        sink->fail(std::current_exception());
+        error = std::current_exception();
     }
+    if (error) sink->fail(std::move(error));
     sink->end(finished != 0 ? TransferState::Finished : TransferState::EndedShort, true);
     sink->leave();
 }
