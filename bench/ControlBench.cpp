@@ -30,6 +30,7 @@
 #include <vector>
 
 #include "KerrowSDK.h"
+#include "StreamServer.h"
 #include "support/Records.h"
 #include "support/TestServer.h"
 
@@ -92,21 +93,6 @@ size_t ReceiveReply(int fd, char* buffer) {
     return size;
 }
 
-int ConnectRaw(uint16_t port) {
-    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (fd < 0) return -1;
-    sockaddr_in address;
-    std::memset(&address, 0, sizeof(address));
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(port);
-    if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) {
-        ::close(fd);
-        return -1;
-    }
-    return fd;
-}
-
 void BM_AddDeviceThroughExports(benchmark::State& state) {
     std::unique_ptr<TestServer> server = StartServer();
     const ConnectionRecord record = kerrow::test::MakeConnectionRecord(server->Port());
@@ -126,7 +112,7 @@ void BM_AddDeviceThroughExports(benchmark::State& state) {
 
 void BM_RawTcpRoundTrip(benchmark::State& state) {
     std::unique_ptr<TestServer> server = StartServer();
-    const int fd = ConnectRaw(server->Port());
+    const int fd = kerrow::bench::ConnectLoopback(server->Port());
     if (fd < 0) {
         state.SkipWithError("connect failed");
         return;
@@ -168,7 +154,7 @@ bool CaptureRequest() {
     }
     g_request = requests[0].bytes;
 
-    const int fd = ConnectRaw(server->Port());
+    const int fd = kerrow::bench::ConnectLoopback(server->Port());
     std::vector<char> reply(kMaxReplyBytes);
     const size_t size =
         fd < 0 ? 0
