@@ -35,6 +35,13 @@ State& GetState() { return *StatePointer(); }
 
 // log4cpp pads the backup numbers to the width of the largest one (.01);
 // the library's backups are named .1 to .50.
+//
+// log4cpp asks the file for its size after every line to decide when to roll
+// over; here the size is counted as lines are written and asked of the file
+// only when the count reaches the limit (and once after opening and after
+// each roll-over). Lines that another writer adds to the same file therefore
+// move the roll-over to the next line of this one that reaches the limit by
+// its own count.
 class RollingFile : public log4cpp::RollingFileAppender {
   public:
     RollingFile(const std::string& fileName)
@@ -42,6 +49,26 @@ class RollingFile : public log4cpp::RollingFileAppender {
                                        kFileMode) {
         _maxBackupIndexWidth = 1;
     }
+
+  protected:
+    void _append(const log4cpp::LoggingEvent& event) override {
+        const std::string line = _getLayout().format(event);
+        if (size_ < 0) size_ = platform::OpenFileSize(_fd);
+        const int32_t written =
+            platform::WriteFile(_fd, line.data(), static_cast<uint32_t>(line.size()));
+        if (written > 0 && size_ >= 0) size_ += written;
+        if (size_ < 0 || static_cast<size_t>(size_) < _maxFileSize) return;
+        size_ = platform::OpenFileSize(_fd);
+        if (size_ >= 0 && static_cast<size_t>(size_) >= _maxFileSize) {
+            rollOver();
+            size_ = -1;
+        }
+    }
+
+  private:
+    // Bytes in the file as counted; -1: ask the file. log4cpp calls _append
+    // under the category's lock.
+    int64_t size_ = -1;
 };
 
 bool IsDirectory(const std::string& path) {

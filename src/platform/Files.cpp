@@ -106,4 +106,10 @@ void CloseFile(int32_t handle) {
     if (handle >= 0) close(handle);
 }
 
+int64_t OpenFileSize(int32_t handle) {
+    if (handle < 0) return -1;
+    const off_t end = lseek(handle, 0, SEEK_END);
+    return end < 0 ? -1 : static_cast<int64_t>(end);
+}
+
 }  // namespace kerrow::platform

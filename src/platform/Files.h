@@ -32,6 +32,8 @@ int32_t CreateFileForWrite(const std::string& path);  // created or truncated
 int32_t ReadFile(int32_t handle, void* buffer, uint32_t length);
 int32_t WriteFile(int32_t handle, const void* buffer, uint32_t length);
 void CloseFile(int32_t handle);
+// The size of an open file (the offset of its end), or -1.
+int64_t OpenFileSize(int32_t handle);
 
 // One open file handle, closed by its owner's end at the latest.
 class File {
