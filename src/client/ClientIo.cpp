@@ -62,6 +62,11 @@ Client::WaitEnd Client::ReadReply(int32_t timeoutSeconds, Wait& wait) {
     if (timeoutSeconds < 1) timeoutSeconds = 0;
     const int64_t deadline = Now64() + timeoutSeconds;
     FrameReader& reader = wait.reader;
+    // A reply is seldom there the moment its request has gone: wait for it
+    // before the first read rather than after a read that finds nothing.
+    // A wait of no time makes its single read pass at once; a failed wait
+    // leaves the answer to the read.
+    if (timeoutSeconds > 0) connection_->WaitReadable(kIdleWaitMs);
 
     for (;;) {
         if (connection_->IsClosed()) return WaitEnd::Closed;
