@@ -6,6 +6,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -100,6 +101,45 @@ int32_t WriteFile(int32_t handle, const void* buffer, uint32_t length) {
         written += static_cast<size_t>(n);
     }
     return static_cast<int32_t>(written);
+}
+
+int64_t WriteFileGather(int32_t handle, const ByteSpan* spans, size_t count) {
+    if (handle < 0) return -1;
+    constexpr size_t kMaxSpans = 64;  // well below IOV_MAX
+    iovec vectors[kMaxSpans];
+    int64_t total = 0;
+    while (count > 0) {
+        const size_t batch = std::min(count, kMaxSpans);
+        size_t left = 0;
+        for (size_t i = 0; i < batch; ++i) {
+            vectors[i].iov_base = const_cast<void*>(spans[i].data);
+            vectors[i].iov_len = spans[i].length;
+            left += spans[i].length;
+        }
+        // A short write continues where it stopped.
+        iovec* next = vectors;
+        size_t remaining = batch;
+        while (left > 0) {
+            const ssize_t n = writev(handle, next, static_cast<int>(remaining));
+            if (n < 0 && errno == EINTR) continue;
+            if (n <= 0) return -1;
+            total += n;
+            left -= static_cast<size_t>(n);
+            size_t done = static_cast<size_t>(n);
+            while (remaining > 0 && done >= next->iov_len) {
+                done -= next->iov_len;
+                ++next;
+                --remaining;
+            }
+            if (remaining > 0) {
+                next->iov_base = static_cast<char*>(next->iov_base) + done;
+                next->iov_len -= done;
+            }
+        }
+        spans += batch;
+        count -= batch;
+    }
+    return total;
 }
 
 void CloseFile(int32_t handle) {

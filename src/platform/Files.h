@@ -3,6 +3,7 @@
 // paths here.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -31,6 +32,13 @@ int32_t CreateFileForWrite(const std::string& path);  // created or truncated
 // Bytes read or written, or -1 on failure; a read of 0 is the end of the file.
 int32_t ReadFile(int32_t handle, void* buffer, uint32_t length);
 int32_t WriteFile(int32_t handle, const void* buffer, uint32_t length);
+// Several blocks written one after another in a single call (a gather
+// write): the bytes written, or -1 on failure.
+struct ByteSpan {
+    const void* data;
+    uint32_t length;
+};
+int64_t WriteFileGather(int32_t handle, const ByteSpan* spans, size_t count);
 void CloseFile(int32_t handle);
 // The size of an open file (the offset of its end), or -1.
 int64_t OpenFileSize(int32_t handle);

@@ -49,7 +49,8 @@ void Client::ReceiveLoop(Transfer& transfer) {
     reader.Reserve(kReadAheadBytes);
     const char* message = nullptr;  // the complete message being handled
     long total = 0;
-    bool held = false;  // the message waits, whole, to be handled again
+    bool held = false;     // the message waits, whole, to be handled again
+    bool drained = false;  // the last read found the socket empty, or emptied it
     Transfer::HeaderHold& header = transfer.header;
 
     auto stopWithLinkClosed = [this, &transfer] {
@@ -233,6 +234,14 @@ void Client::ReceiveLoop(Transfer& transfer) {
             FrameReader::Result next = reader.Next();
             if (next == FrameReader::Result::NeedMore) {
                 const bool headComplete = reader.Buffered() >= kHeadReadSize;
+                // A read that emptied the socket is followed by a wait, not
+                // by a read that would only find it empty; what woke the
+                // worker (data, a pause, a stop) is looked at from the top.
+                if (drained) {
+                    awaitData(headComplete);
+                    drained = false;
+                    continue;
+                }
                 char* space = nullptr;
                 const size_t room = reader.Prepare(kReadAheadBytes, &space);
                 const int32_t n = connection_->Read(space, static_cast<int32_t>(room));
@@ -250,11 +259,11 @@ void Client::ReceiveLoop(Transfer& transfer) {
                     continue;
                 }
                 reader.Commit(static_cast<size_t>(n));
+                drained = static_cast<size_t>(n) < room;
                 next = reader.Next();
-                if (next == FrameReader::Result::NeedMore) {
-                    if (n == 0) awaitData(reader.Buffered() >= kHeadReadSize);
-                    // Silence between messages is not timed; a stalled body is.
-                    if (reader.Buffered() < kHeadReadSize) continue;
+                // Silence between messages is not timed; a stalled body is.
+                if (next == FrameReader::Result::NeedMore && reader.Buffered() < kHeadReadSize) {
+                    continue;
                 }
             }
             if (next == FrameReader::Result::Rejected) {
