@@ -11,19 +11,21 @@
 // Client or its connection and calls the application no more; it ends as
 // soon as it has the lock back.
 //
-// | field            | written by                        | read by                 | how |
-// |------------------|-----------------------------------|-------------------------|---------------|
-// | client_          | constructor; Detach               | worker                  | under lock |
-// | stopRequest      | commands (stop, close); worker    | worker; commands        | atomic | |
-// paused           | pause/resume commands             | worker                  | atomic        |
-// | dataCallback     | callback setter; play stop        | worker                  | atomic | |
-// terminalCallback | callback setter; worker (once)    | worker                  | atomic        |
-// | callbackUser     | callback setters; play stop       | worker                  | atomic | |
-// progress         | worker; start                     | position queries        | atomic        |
-// | file             | start; worker; download stop      | worker                  | under lock |
-// | header           | worker                            | worker                  | worker only |
-// | thread_          | Start; Client (close, destructor) | Client                  | command lock |
-// | wake_            | stop, resume, close (Set)         | worker (waits)          | event |
+// clang-format off
+// | field            | written by                        | read by          | how          |
+// |------------------|-----------------------------------|------------------|--------------|
+// | client_          | constructor; Detach               | worker           | under lock   |
+// | stopRequest      | commands (stop, close); worker    | worker; commands | atomic       |
+// | paused           | pause/resume commands             | worker           | atomic       |
+// | dataCallback     | callback setter; play stop        | worker           | atomic       |
+// | terminalCallback | callback setter; worker (once)    | worker           | atomic       |
+// | callbackUser     | callback setters; play stop       | worker           | atomic       |
+// | progress         | worker; start                     | position queries | atomic       |
+// | file             | start; worker; download stop      | worker           | under lock   |
+// | header           | worker                            | worker           | worker only  |
+// | thread_          | Start; Client (close, destructor) | Client           | command lock |
+// | wake_            | stop, resume, close (Set)         | worker (waits)   | event        |
+// clang-format on
 #pragma once
 
 #include <atomic>
