@@ -33,6 +33,30 @@ constexpr int64_t kSilenceSeconds = 30;  // a message body that stalls this long
 bool IsHeaderBlock(int contentType) { return contentType == 1 || contentType == 3; }
 bool IsDataBlock(int contentType) { return contentType == 2 || contentType == 4; }
 
+// Download blocks written together: the data blocks of the messages cut
+// from one read go to the file in one gather write. They point into the
+// frame reader's buffer, so the loop writes them before it reads again,
+// before a notice (the end notice closes the file), before a header (whose
+// copy is freed once written) and before it waits or leaves (after which a
+// stop may close the file).
+class PendingWrites {
+  public:
+    void Add(platform::File& file, const void* data, uint32_t length) {
+        if (!file.IsOpen()) return;
+        if (count_ == kSpans) Flush(file);
+        spans_[count_++] = {data, length};
+    }
+    void Flush(platform::File& file) {
+        if (count_ > 0 && file.IsOpen()) platform::WriteFileGather(file.Get(), spans_, count_);
+        count_ = 0;
+    }
+
+  private:
+    static constexpr size_t kSpans = 16;
+    platform::ByteSpan spans_[kSpans];
+    size_t count_ = 0;
+};
+
 // What became of a complete message.
 enum class Handled {
     Done,  // consumed: the buffer is free for the next message
@@ -69,9 +93,12 @@ void Client::ReceiveLoop(Transfer& transfer) {
         }
         transfer.AwaitReadable(connection_->Socket(), wait);
     };
-    auto writeToFile = [&transfer](const void* data, uint32_t length) {
-        if (transfer.file.IsOpen()) platform::WriteFile(transfer.file.Get(), data, length);
+    // The results of the file's writes are not looked at.
+    PendingWrites pending;
+    auto writeToFile = [&](const void* data, uint32_t length) {
+        pending.Add(transfer.file, data, length);
     };
+    auto flushWrites = [&] { pending.Flush(transfer.file); };
     // The callback may stop the transfer, or disconnect and so destroy this
     // Client; in that case the worker ends right after it.
     auto deliver = [this, &transfer](PlayDataCallBack callback, int contentType,
@@ -87,6 +114,7 @@ void Client::ReceiveLoop(Transfer& transfer) {
     // An XML message: the end of the transfer, a progress notice, or any
     // other reply, which acknowledges every waiting play control at once.
     auto handleNotice = [&]() -> Handled {
+        flushWrites();
         TiXmlDocument document;
         if (!ParseDocument(message, static_cast<size_t>(total), document)) {
             return Handled::Hold;
@@ -150,6 +178,7 @@ void Client::ReceiveLoop(Transfer& transfer) {
             case kTransferDownload:
                 if (header.pending && !header.delivered) {
                     writeToFile(header.copy.get(), header.length);
+                    flushWrites();
                     header.Release();
                 }
                 break;
@@ -202,8 +231,12 @@ void Client::ReceiveLoop(Transfer& transfer) {
     };
 
     for (;;) {
-        if (transfer.stopRequest.load()) return;
+        if (transfer.stopRequest.load()) {
+            flushWrites();
+            return;
+        }
         if (transfer.paused.load()) {
+            flushWrites();
             // The server's data waits in the socket meanwhile. Resume, stop
             // and close wake the worker; the time of its waking counts as
             // activity, so a long pause never looks like a stalled body.
@@ -227,12 +260,14 @@ void Client::ReceiveLoop(Transfer& transfer) {
                 if (!connection_->IsClosed()) connection_->Close();
                 continue;
             }
+            flushWrites();
             transfer.Idle(kIdleWaitMs);  // a binding wakes it at once
         } else {
             // Messages already read ahead are handled before anything more
             // is read, one a pass.
             FrameReader::Result next = reader.Next();
             if (next == FrameReader::Result::NeedMore) {
+                flushWrites();
                 const bool headComplete = reader.Buffered() >= kHeadReadSize;
                 // A read that emptied the socket is followed by a wait, not
                 // by a read that would only find it empty; what woke the
@@ -282,7 +317,10 @@ void Client::ReceiveLoop(Transfer& transfer) {
 
         if (message != nullptr) {
             const Handled handled = handleMessage();
-            if (handled == Handled::Exit) return;
+            if (handled == Handled::Exit) {
+                flushWrites();
+                return;
+            }
             held = handled == Handled::Hold;
             if (held) continue;  // not timed either
             UpdateActiveTime();
