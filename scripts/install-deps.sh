@@ -16,6 +16,8 @@ native=(
   libtinyxml-dev libgtest-dev libbenchmark-dev
   liblog4cpp5v5
   libsqlite3-dev nlohmann-json3-dev libcli11-dev
+  # Runs the i386 tests on kernels that cannot run 32-bit programs.
+  qemu-user
 )
 i386=(
   libtinyxml-dev:i386 libgtest-dev:i386 liblog4cpp5-dev:i386

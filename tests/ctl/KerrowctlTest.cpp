@@ -36,6 +36,7 @@ class KerrowctlTest : public SimTest {
     }
     Outcome Raw(const std::vector<std::string>& args) {
         std::string cmd = std::string("'") + KERROWCTL_PATH + "'";
+        if (*KERROW_TOOL_RUNNER != '\0') cmd = std::string("'") + KERROW_TOOL_RUNNER + "' " + cmd;
         for (const auto& a : args) cmd += " '" + a + "'";
         cmd += " > '" + Path("out") + "' 2> '" + Path("err") + "' < /dev/null";
         Outcome r;

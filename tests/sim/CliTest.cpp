@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <vector>
 
 #include "SimHarness.h"
 
@@ -21,8 +22,11 @@ class SimProcess {
         if (pid_ == 0) {
             dup2(out[1], 1);
             close(out[0]);
-            execl(KERROW_SIM_PATH, "kerrow-sim", "--listen", "127.0.0.1:0", "--data",
-                  dataDir.c_str(), "--seed", static_cast<char*>(nullptr));
+            std::vector<const char*> argv = {KERROW_SIM_PATH, "--listen",      "127.0.0.1:0",
+                                             "--data",        dataDir.c_str(), "--seed"};
+            if (*KERROW_TOOL_RUNNER != '\0') argv.insert(argv.begin(), KERROW_TOOL_RUNNER);
+            argv.push_back(nullptr);
+            execv(argv[0], const_cast<char* const*>(argv.data()));
             _exit(127);
         }
         close(out[1]);
