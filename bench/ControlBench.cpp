@@ -23,9 +23,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <map>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -209,31 +209,6 @@ class MedianReporter : public benchmark::ConsoleReporter {
     std::map<std::string, double> cpuMedians_;
 };
 
-// A fresh working directory for the process, removed at the end.
-class WorkDirectory {
-  public:
-    bool Enter() {
-        const char* base = std::getenv("TMPDIR");
-        std::string path = std::string(base != nullptr ? base : "/tmp") + "/kerrow-bench-XXXXXX";
-        if (::mkdtemp(path.data()) == nullptr) return false;
-        path_ = path;
-        std::error_code error;
-        previous_ = std::filesystem::current_path(error);
-        return ::chdir(path_.c_str()) == 0;
-    }
-
-    ~WorkDirectory() {
-        if (path_.empty()) return;
-        std::error_code error;
-        if (!previous_.empty()) std::filesystem::current_path(previous_, error);
-        std::filesystem::remove_all(path_, error);
-    }
-
-  private:
-    std::string path_;
-    std::filesystem::path previous_;
-};
-
 // The value of --name=value on the command line (the last one wins, as when
 // the flags are parsed); null when absent.
 const char* FlagValue(int argc, char** argv, const std::string& name) {
@@ -271,7 +246,7 @@ int main(int argc, char** argv) {
     benchmark::Initialize(&count, args.data());
     if (benchmark::ReportUnrecognizedArguments(count, args.data())) return 1;
 
-    WorkDirectory directory;
+    kerrow::bench::WorkDirectory directory;
     if (!directory.Enter()) {
         std::perror("bench_control: cannot make a working directory");
         return 2;
