@@ -2,6 +2,28 @@
 // Connection to the storage server, runs the connection's commands one at a
 // time under its command lock, and carries the state of the connection's
 // transfer.
+//
+// Commands run on the application's threads, one at a time (commandLock_);
+// the transfer's worker (src/transfer) runs beside them, and the registry
+// reads a few marks from any thread. The worker touches the Client only
+// while its Transfer holds it (see Transfer.h); Close cuts it off first.
+//
+// clang-format off
+// | field                              | written by                          | read by                              | how            |
+// |------------------------------------|-------------------------------------|--------------------------------------|----------------|
+// | connection_                        | Connect; Close, destructor          | commands; worker                     | command lock; the worker is cut off before Close |
+// | record_, createdAt_, connectionId_ | Connect; constructor                | commands                             | command lock   |
+// | transfer_, startFile_              | starts; Close                       | commands                             | command lock   |
+// | connected_, workerRunning_         | Connect, starts, Close              | registry; commands                   | atomic         |
+// | transferKind_                      | starts, stops                       | registry (task count); worker        | atomic         |
+// | transferTaskId_, transferHandle_   | starts, stops                       | commands (bindings, controls)        | atomic         |
+// | lastError_, timedOut_              | commands; worker                    | commands                             | atomic         |
+// | lastActive_                        | commands; worker                    | worker (stalled body); registry      | atomic         |
+// | controlFlags_                      | worker (acknowledgements); commands | commands awaiting an acknowledgement | atomic, changed under flagLock_ |
+// | progressValue_                     | starts                              | position queries                     | atomic         |
+// | uploadTotalBytes_, uploadSentBytes_| upload start; worker                | upload position query                | atomic         |
+// | rejectedReply_                     | result waits (commands)             | nobody: kept until the next          | command lock   |
+// clang-format on
 #pragma once
 
 #include <atomic>
