@@ -88,19 +88,11 @@ int32_t ReadFile(int32_t handle, void* buffer, uint32_t length) {
     return n < 0 ? -1 : static_cast<int32_t>(n);
 }
 
+// A write to a file completes in full unless the file system fails.
 int32_t WriteFile(int32_t handle, const void* buffer, uint32_t length) {
-    if (handle < 0 || (buffer == nullptr && length > 0)) return -1;
-    // A write to a file completes in full unless the file system fails.
-    const size_t total = Clamp(length);
-    size_t written = 0;
-    while (written < total) {
-        const ssize_t n =
-            write(handle, static_cast<const char*>(buffer) + written, total - written);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return -1;
-        written += static_cast<size_t>(n);
-    }
-    return static_cast<int32_t>(written);
+    if (buffer == nullptr && length > 0) return -1;
+    const ByteSpan span = {buffer, static_cast<uint32_t>(Clamp(length))};
+    return static_cast<int32_t>(WriteFileGather(handle, &span, 1));
 }
 
 int64_t WriteFileGather(int32_t handle, const ByteSpan* spans, size_t count) {
